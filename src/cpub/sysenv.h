@@ -1,0 +1,101 @@
+// The lowest object of the library: the memory manager, the clock, the platform's identity,
+// the processor's properties and the fatal-error road. Every environment and every task owns
+// one, so that a task's memory is counted apart from its neighbours'.
+#pragma once
+
+#include <cstdarg>
+
+#include "cpub/memman.h"
+#include "cpub/systypes.h"
+
+namespace telva {
+
+// Statuses of sysenv operations; TvaEnv and TvaTask map them to response codes.
+enum SysStatus : int {
+  kSysOk = 0,
+  kSysSpace = 1,
+  kSysFileOpen = 2,
+  kSysFileRead = 3,
+  kSysEndOfFile = 4,
+  kSysFileWrite = 5,
+  kSysInternal6 = 6,
+  kSysInternal7 = 7,
+  kSysLeaking = 8,
+  kSysInvalidFileName = 9,
+};
+
+// Called on a fatal error with the place and the formatted message; the environment and the
+// task register theirs so that the fatal road ends in stopenv or stoptask.
+using SysFatalFunc = void (*)(void* handle, const char* file, int line, const char* msg);
+using SysMessageFunc = void (*)(void* handle, const char* text);
+
+struct sysenv {
+  memman* mm = nullptr;
+  int32 mode = 0;
+  int32 debug_level = 0;
+  int32 platform = 0;
+  int32 cpu_class = 10;
+  int32 cache_l1 = 0;
+  int32 cache_l2 = 0;
+  int32 num_cores = -1;
+  int64 spin_count = 0;
+  bool use_ticks = false;
+  SysFatalFunc exit_func = nullptr;
+  void* exit_handle = nullptr;
+  SysMessageFunc message_func = nullptr;
+  void* message_handle = nullptr;
+  char* lib_path = nullptr;
+};
+
+// Makes a sysenv whose memory comes from hooks. With a debug file name the memory manager
+// takes the checked road and traces into that file under the given title.
+int sysenv_create(sysenv** out, int32 mode, const MemHooks& hooks, const char* dbgfile,
+                  const char* title);
+// Deletes the sysenv; returns kSysLeaking when memory debugging found blocks left.
+int sysenv_delete(sysenv** sys);
+
+// Copies processor and platform data from another sysenv (a task from its environment).
+void sysenv_copy_platform(sysenv* to, const sysenv* from);
+
+inline void* sysenv_malloc(sysenv* sys, const char* file, int line, size_t n, size_t size) {
+  return memman_malloc(sys->mm, file, line, n, size);
+}
+inline void* sysenv_calloc(sysenv* sys, const char* file, int line, size_t n, size_t size) {
+  return memman_calloc(sys->mm, file, line, n, size);
+}
+inline void* sysenv_realloc(sysenv* sys, const char* file, int line, void* block, size_t n,
+                            size_t size) {
+  return memman_realloc(sys->mm, file, line, block, n, size);
+}
+void sysenv_free(sysenv* sys, const char* file, int line, void* block);
+inline char* sysenv_strdup(sysenv* sys, const char* file, int line, const char* text) {
+  return memman_strdup(sys->mm, file, line, text);
+}
+
+// Typed forms: TVA_SYS_ALLOC(sys, T, n) gives zeroed memory for n objects of T.
+#define TVA_SYS_ALLOC(sys, T, n)                                                                   \
+  static_cast<T*>(::telva::sysenv_calloc((sys), __FILE__, __LINE__, (n), sizeof(T)))
+#define TVA_SYS_FREE(sys, p) ::telva::sysenv_free((sys), __FILE__, __LINE__, (p))
+
+int32 sysenv_num_cores(sysenv* sys);
+const char* sysenv_platform_text(const sysenv* sys);
+
+// Seconds since an arbitrary fixed point, from a monotonic clock.
+double sysenv_seconds(const sysenv* sys);
+
+void sysenv_set_fatal(sysenv* sys, SysFatalFunc func, void* handle);
+void sysenv_set_message(sysenv* sys, SysMessageFunc func, void* handle);
+void sysenv_echo(sysenv* sys, const char* text);
+
+// Formats the message and takes the fatal road: the registered handler, then the end of the
+// process. Marks programming errors, never bad input.
+[[noreturn]] void sysenv_fatal(sysenv* sys, const char* file, int line, const char* fmt, ...)
+    __attribute__((format(printf, 4, 5)));
+#define TVA_ASSERT(sys, cond)                                                                      \
+  do {                                                                                             \
+    if (!(cond))                                                                                   \
+      ::telva::sysenv_fatal((sys), __FILE__, __LINE__, "Assertion '%s' failed at %s:%d.\n", #cond, \
+                            __FILE__, __LINE__);                                                   \
+  } while (0)
+
+} // namespace telva

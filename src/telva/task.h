@@ -1,0 +1,55 @@
+// The task: one optimization problem with everything around it. Its memory is counted through
+// its own sysenv; parameters, streams, callbacks and the last response live here.
+#pragma once
+
+#include "cpub/sysenv.h"
+#include "telva/catalogue.h"
+#include "telva/env.h"
+#include "telva/streamblock.h"
+
+typedef int32_t (*TVAresponsefuncint)(void* handle, TVArescode code, const char* msg);
+
+struct TvaTask {
+  TvaEnv* env = nullptr;         // zeroed at deletion: what makes a stale handle detectable
+  telva::sysenv* sys = nullptr;  // all memory of the task goes through this
+  telva::int32 taskid = 0;
+  char* taskname = nullptr;
+
+  // Problem dimensions (the problem store extends these).
+  telva::int32 numcon = 0, numvar = 0, numcone = 0, numbarvar = 0;
+  telva::int32 maxnumcon = 0, maxnumvar = 0, maxnumcone = 0, maxnumbarvar = 0;
+  telva::int64 maxnumanz = 0, maxnumqnz = 0;
+
+  telva::int32 iparam[telva::kNumIpar] = {0};
+  double dparam[telva::kNumDpar] = {0};
+  char* sparam[telva::kNumSpar] = {nullptr};
+
+  telva::int32 warncount[1000] = {0};
+
+  void* cb_handle = nullptr;
+  void* cb_func = nullptr;
+  void* resp_handle = nullptr;
+  TVAresponsefuncint resp_func = nullptr;
+
+  telva::StreamBlock streams;
+
+  TVArescode lastcode = 0;
+  telva::int32 lastmsg_cap = 0;
+  telva::int32 lastmsg_len = 0;
+  char* lastmsg = nullptr;
+};
+
+namespace telva {
+
+// A task handle is valid when it is not null and its first word is not null: two compares.
+inline TVArescode task_check(const TvaTask* task) {
+  if (!task) return TVA_RES_ERR_NULL_TASK;
+  if (!task->env) return TVA_RES_ERR_INVALID_TASK;
+  return TVA_RES_OK;
+}
+
+inline TVArescode env_check(const TvaEnv* env) {
+  return env ? TVA_RES_OK : TVA_RES_ERR_NULL_ENV;
+}
+
+} // namespace telva
