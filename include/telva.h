@@ -1461,6 +1461,18 @@ TVAAPI TVArescode TVA_checkmemtask(TVAtask_t task, const char* file, TVAint32t l
 TVAAPI TVArescode TVA_getmemusagetask(TVAtask_t task, TVAint64t* meminuse,
                                       TVAint64t* maxmemuse);
 
+/* ---- System layer and threads ------------------------------------------------ */
+
+/* ---- Streams and message formatting ------------------------------------------ */
+
+/* ---- Response codes and the last response ------------------------------------ */
+
+/* ---- Parameters, information items and symbolic constants -------------------- */
+
+/* ---- Problem store ----------------------------------------------------------- */
+
+/* ---- Linear algebra: LU factorization and basis ------------------------------ */
+
 #ifdef __cplusplus
 }
 #endif
