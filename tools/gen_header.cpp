@@ -25,7 +25,8 @@ struct Entry {
 void emit_enum(std::ostream& os, const char* tag, const char* prefix, const std::vector<Entry>& v,
                const char* count_name = nullptr) {
   os << "enum " << tag << " {\n";
-  for (const Entry& e : v) os << "  " << prefix << e.name << " = " << e.value << ",\n";
+  for (const Entry& e : v)
+    os << "  " << prefix << e.name << " = " << e.value << ",\n";
   if (count_name) os << "  " << count_name << " = " << v.size() << ",\n";
   os << "};\n\n";
 }
@@ -86,7 +87,8 @@ std::string generate() {
   // Integer parameter indices have gaps, so the count is the largest index plus one.
   os << "/* Integer parameters (indices 9 and 29 to 33 are not assigned). */\n";
   os << "enum TVAiparam_enum {\n";
-  for (const Entry& e : ip) os << "  TVA_IPAR_" << e.name << " = " << e.value << ",\n";
+  for (const Entry& e : ip)
+    os << "  TVA_IPAR_" << e.name << " = " << e.value << ",\n";
   os << "};\n#define TVA_IPAR_NUM 176\n\n";
   os << "/* Double parameters. */\n";
   emit_enum(os, "TVAdparam_enum", "TVA_DPAR_", dp);

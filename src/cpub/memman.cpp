@@ -9,10 +9,18 @@ namespace telva {
 
 namespace {
 
-void* default_malloc(void*, size_t size) { return std::malloc(size); }
-void* default_calloc(void*, size_t n, size_t size) { return std::calloc(n, size); }
-void* default_realloc(void*, void* p, size_t size) { return std::realloc(p, size); }
-void default_free(void*, void* p) { std::free(p); }
+void* default_malloc(void*, size_t size) {
+  return std::malloc(size);
+}
+void* default_calloc(void*, size_t n, size_t size) {
+  return std::calloc(n, size);
+}
+void* default_realloc(void*, void* p, size_t size) {
+  return std::realloc(p, size);
+}
+void default_free(void*, void* p) {
+  std::free(p);
+}
 
 // Header in front of every block on the plain road: the user's size, so that free can count.
 // 16 bytes keep the user's pointer aligned for any type.
@@ -159,9 +167,15 @@ char* memman_strdup(memman* mm, const char* file, int line, const char* text) {
   return copy;
 }
 
-int memman_scan(memman*, const char*, int) { return 0; }
-int memman_lock_block(memman*, void*) { return 0; }
-int memman_unlock_block(memman*, void*) { return 0; }
+int memman_scan(memman*, const char*, int) {
+  return 0;
+}
+int memman_lock_block(memman*, void*) {
+  return 0;
+}
+int memman_unlock_block(memman*, void*) {
+  return 0;
+}
 
 void memman_usage(const memman* mm, int64* current, int64* maximum) {
   if (current) *current = mm->curuse.load();
@@ -178,6 +192,8 @@ void memman_set_fatal(memman* mm, MemFatalFunc func, void* handle) {
   mm->fatal_handle = handle;
 }
 
-const MemHooks& memman_hooks(const memman* mm) { return mm->hooks; }
+const MemHooks& memman_hooks(const memman* mm) {
+  return mm->hooks;
+}
 
 } // namespace telva

@@ -4,7 +4,9 @@
 
 namespace telva {
 
-int sysmutex_init(sysmutex* mx) { return pthread_mutex_init(&mx->m, nullptr); }
+int sysmutex_init(sysmutex* mx) {
+  return pthread_mutex_init(&mx->m, nullptr);
+}
 
 int sysmutex_lock(sysmutex* mx) {
   // A short critical section is usually released within the spin, which saves a system call.
@@ -15,13 +17,27 @@ int sysmutex_lock(sysmutex* mx) {
   return pthread_mutex_lock(&mx->m);
 }
 
-int sysmutex_unlock(sysmutex* mx) { return pthread_mutex_unlock(&mx->m); }
-int sysmutex_destroy(sysmutex* mx) { return pthread_mutex_destroy(&mx->m); }
+int sysmutex_unlock(sysmutex* mx) {
+  return pthread_mutex_unlock(&mx->m);
+}
+int sysmutex_destroy(sysmutex* mx) {
+  return pthread_mutex_destroy(&mx->m);
+}
 
-int syscond_init(syscond* cv) { return pthread_cond_init(&cv->c, nullptr); }
-int syscond_wait(syscond* cv, sysmutex* mx) { return pthread_cond_wait(&cv->c, &mx->m); }
-int syscond_signal(syscond* cv) { return pthread_cond_signal(&cv->c); }
-int syscond_broadcast(syscond* cv) { return pthread_cond_broadcast(&cv->c); }
-int syscond_destroy(syscond* cv) { return pthread_cond_destroy(&cv->c); }
+int syscond_init(syscond* cv) {
+  return pthread_cond_init(&cv->c, nullptr);
+}
+int syscond_wait(syscond* cv, sysmutex* mx) {
+  return pthread_cond_wait(&cv->c, &mx->m);
+}
+int syscond_signal(syscond* cv) {
+  return pthread_cond_signal(&cv->c);
+}
+int syscond_broadcast(syscond* cv) {
+  return pthread_cond_broadcast(&cv->c);
+}
+int syscond_destroy(syscond* cv) {
+  return pthread_cond_destroy(&cv->c);
+}
 
 } // namespace telva

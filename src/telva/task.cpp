@@ -64,7 +64,8 @@ TVAAPI TVArescode TVA_maketask(TVAenv_t env, TVAint32t maxnumcon, TVAint32t maxn
   }
 
   std::string trace;
-  if (env->dbgfile && *env->dbgfile) trace = std::string(env->dbgfile) + "." + std::to_string(taskid) + ".task.txt";
+  if (env->dbgfile && *env->dbgfile)
+    trace = std::string(env->dbgfile) + "." + std::to_string(taskid) + ".task.txt";
   sysenv* sys = nullptr;
   int st = sysenv_create(&sys, 0, memman_hooks(env->sys->mm),
                          trace.empty() ? nullptr : trace.c_str(), "TELVA memory task debugging.");
@@ -126,9 +127,12 @@ TVAAPI TVArescode TVA_deletetask(TVAtask_t* ptask) {
   streamblock_teardown(&task->streams);
   TVA_SYS_FREE(sys, task->lastmsg);
 
-  task->env = nullptr;
-  task->sys = nullptr;
+  // Zero the first two words so that a stale handle is refused. The stores go through a
+  // volatile pointer: the object is about to die, and the compiler would otherwise drop them.
   task->~TvaTask();
+  void* volatile* words = reinterpret_cast<void* volatile*>(task);
+  words[0] = nullptr;
+  words[1] = nullptr;
   TVA_SYS_FREE(sys, task);
   r = sysstatus_to_rescode(sysenv_delete(&sys));
 
@@ -147,8 +151,7 @@ TVAAPI TVArescode TVA_deletetask(TVAtask_t* ptask) {
 }
 
 TVAAPI TVArescode TVA_resizetask(TVAtask_t task, TVAint32t maxnumcon, TVAint32t maxnumvar,
-                                 TVAint32t maxnumcone, TVAint64t maxnumanz,
-                                 TVAint64t maxnumqnz) {
+                                 TVAint32t maxnumcone, TVAint64t maxnumanz, TVAint64t maxnumqnz) {
   TVArescode r = task_check(task);
   if (r != TVA_RES_OK) return r;
   clear_problem(task);

@@ -2,6 +2,8 @@
 // its own sysenv; parameters, streams, callbacks and the last response live here.
 #pragma once
 
+#include <cstddef>
+
 #include "cpub/sysenv.h"
 #include "telva/catalogue.h"
 #include "telva/env.h"
@@ -10,8 +12,8 @@
 typedef int32_t (*TVAresponsefuncint)(void* handle, TVArescode code, const char* msg);
 
 struct TvaTask {
-  TvaEnv* env = nullptr;         // zeroed at deletion: what makes a stale handle detectable
-  telva::sysenv* sys = nullptr;  // all memory of the task goes through this
+  TvaEnv* env = nullptr;        // zeroed at deletion: what makes a stale handle detectable
+  telva::sysenv* sys = nullptr; // all memory of the task goes through this
   telva::int32 taskid = 0;
   char* taskname = nullptr;
 
@@ -53,3 +55,5 @@ inline TVArescode env_check(const TvaEnv* env) {
 }
 
 } // namespace telva
+
+static_assert(offsetof(TvaTask, env) == 0, "a task handle's first word must be its environment");

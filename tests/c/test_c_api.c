@@ -49,8 +49,10 @@ int main(void) {
   TVA_getversion(&major, &minor, &build, &revision);
   if (TVA_checkversion(env, major, minor, build, revision) != TVA_RES_OK)
     fail("TVA_checkversion", 0);
-  for (t = 0; t < 2; ++t) pthread_create(&threads[t], NULL, worker, env);
-  for (t = 0; t < 2; ++t) pthread_join(threads[t], NULL);
+  for (t = 0; t < 2; ++t)
+    pthread_create(&threads[t], NULL, worker, env);
+  for (t = 0; t < 2; ++t)
+    pthread_join(threads[t], NULL);
   r = TVA_deleteenv(&env);
   if (r != TVA_RES_OK || env != NULL) fail("TVA_deleteenv", r);
   printf("%s: 1000 tasks on 2 threads, %d failures\n", failures ? "FAIL" : "OK", failures);
