@@ -10,8 +10,8 @@
 typedef int32_t (*TVAresponsefuncint)(void* handle, TVArescode code, const char* msg);
 
 struct TvaTask {
-  TvaEnv* env = nullptr;         // zeroed at deletion: what makes a stale handle detectable
-  telva::sysenv* sys = nullptr;  // all memory of the task goes through this
+  TvaEnv* env = nullptr;        // zeroed at deletion: what makes a stale handle detectable
+  telva::sysenv* sys = nullptr; // all memory of the task goes through this
   telva::int32 taskid = 0;
   char* taskname = nullptr;
 
@@ -23,6 +23,15 @@ struct TvaTask {
   telva::int32 iparam[telva::kNumIpar] = {0};
   double dparam[telva::kNumDpar] = {0};
   char* sparam[telva::kNumSpar] = {nullptr};
+
+  // Information items that the optimizers leave behind, and the private statistics beside
+  // them (no names, no exported reader: the driver and the summaries use them).
+  double dinf[telva::kNumDinf] = {0};
+  telva::int32 iinf[telva::kNumIinf] = {0};
+  telva::int64 liinf[telva::kNumLiinf] = {0};
+  double pdinf[telva::kNumPrivDinf] = {0};
+  telva::int32 piinf[telva::kNumPrivIinf] = {0};
+  telva::int64 pliinf[telva::kNumPrivLiinf] = {0};
 
   telva::int32 warncount[1000] = {0};
 
