@@ -35,7 +35,7 @@ char comment_char(const TvaTask* task) {
 
 // Reads one line of at most kLineLen characters into `line` (without its newline); the rest
 // of a longer line is dropped. False at the end of the file.
-bool read_line(std::FILE* f, char (&line)[kLineLen + 2]) {
+bool read_line(std::FILE* f, char (&line)[kLineLen + 1]) {
   if (!std::fgets(line, sizeof line, f)) return false;
   size_t n = std::strlen(line);
   if (n > 0 && line[n - 1] == '\n') {
@@ -178,9 +178,9 @@ TVAAPI TVArescode TVA_readparamfile(TVAtask_t task, const char* filename) {
   if (r != TVA_RES_OK) return r;
   if (!filename || !*filename) filename = str_or_empty(task->sparam[TVA_SPAR_PARAM_READ_FILE_NAME]);
   if (!*filename) return TVA_REP(task, WRN_OPEN_PARAM_FILE, "");
-  // The name may be one of the task's own strings, which a line of the file can replace.
-  char path[kLineLen + 1];
-  std::snprintf(path, sizeof path, "%s", filename);
+  // The name may be one of the task's own strings, which a line of the file can replace:
+  // it is not used after the file is open.
+  const char* path = filename;
 
   const char comment = comment_char(task);
   const bool log = logging_files(task);
@@ -191,14 +191,14 @@ TVAAPI TVArescode TVA_readparamfile(TVAtask_t task, const char* filename) {
   std::FILE* f = std::fopen(path, "r");
   if (!f) return TVA_REP(task, WRN_OPEN_PARAM_FILE, path);
 
-  char line[kLineLen + 2];
+  char line[kLineLen + 1];
   bool begun = false;
   while (!begun && read_line(f, line))
     begun = std::strncmp(line, "BEGIN TELVA", 11) == 0;
   if (!begun) {
     if (log) streamblock_printf(sb, TVA_STREAM_MSG, "No parameters found\n");
   } else {
-    char copy[kLineLen + 2];
+    char copy[kLineLen + 1];
     while (read_line(f, line)) {
       if (std::strncmp(line, "END TELVA", 9) == 0) break;
       std::memcpy(copy, line, sizeof copy);
