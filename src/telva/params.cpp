@@ -31,6 +31,22 @@ bool only_blanks(const char* s) {
   return *skip_blanks(s) == '\0';
 }
 
+// Symbolic names are far shorter; a longer text is no name and is cut to fail the lookup.
+constexpr size_t kSymbolLen = 1024;
+
+// The text without blanks around it, in `out` (kSymbolLen bytes); null for a null text.
+const char* trimmed_copy(const char* text, char* out) {
+  if (!text) return nullptr;
+  const char* s = skip_blanks(text);
+  size_t n = std::strlen(s);
+  while (n > 0 && (s[n - 1] == ' ' || s[n - 1] == '\t' || s[n - 1] == '\r' || s[n - 1] == '\n'))
+    --n;
+  if (n > kSymbolLen - 1) n = kSymbolLen - 1;
+  std::memcpy(out, s, n);
+  out[n] = '\0';
+  return out;
+}
+
 // Copies text into a fresh string of the task; a value that begins with a double quote is
 // taken up to its closing quote, with \" read as a quote.
 char* copy_string_value(TvaTask* task, const char* value) {
@@ -154,7 +170,8 @@ TVArescode param_put_text(TvaTask* task, int32 type, int32 index, const char* va
     int32 v;
     if (!parse_int_text(value, &v)) {
       // Not a number: a symbolic name such as TVA_ON, looked up in the constants.
-      const SymConst* c = symcon_find(value);
+      char symbol[kSymbolLen];
+      const SymConst* c = symcon_find(trimmed_copy(value, symbol));
       if (!c || !parse_int_text(c->text, &v))
         return TVA_REP(task, ERR_PARAM_VALUE_STR, value ? value : "", cat.ipar_names[index]);
     }

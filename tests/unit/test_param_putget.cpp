@@ -127,6 +127,8 @@ TEST_F(ParamPutGetTest, ByNameIsExactAndCaseSensitive) {
 TEST_F(ParamPutGetTest, PutParamParsesTextAndSymbols) {
   EXPECT_EQ(TVA_putparam(task, "  TVA_IPAR_OPTIMIZER\t", "TVA_OPTIMIZER_DUAL_SIMPLEX"), TVA_RES_OK);
   EXPECT_EQ(task->iparam[TVA_IPAR_OPTIMIZER], TVA_OPTIMIZER_DUAL_SIMPLEX);
+  EXPECT_EQ(TVA_putparam(task, "TVA_IPAR_PRESOLVE_LINDEP_USE", " TVA_OFF "), TVA_RES_OK);
+  EXPECT_EQ(task->iparam[TVA_IPAR_PRESOLVE_LINDEP_USE], TVA_OFF);
   EXPECT_EQ(TVA_putparam(task, "TVA_IPAR_LOG", " 7 "), TVA_RES_OK);
   EXPECT_EQ(task->iparam[TVA_IPAR_LOG], 7);
   EXPECT_EQ(TVA_putparam(task, "TVA_IPAR_LOG", "7x"), TVA_RES_ERR_PARAM_VALUE_STR);

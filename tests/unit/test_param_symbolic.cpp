@@ -81,7 +81,9 @@ TEST_F(ParamSymbolicTest, SymbconBoundsAndShortBuffers) {
   EXPECT_EQ(TVA_getsymbcon(task, 0, 9, small, &value), TVA_RES_OK);
   EXPECT_STREQ(small, "TVA_BK_L");
   EXPECT_EQ(value, TVA_BK_LO);
-  EXPECT_EQ(TVA_getsymbcon(task, 0, 10, small, &value), TVA_RES_OK);
+  char fits[10];
+  EXPECT_EQ(TVA_getsymbcon(task, 0, 10, fits, &value), TVA_RES_OK);
+  EXPECT_STREQ(fits, "TVA_BK_LO");
 }
 
 TEST_F(ParamSymbolicTest, NameToValue) {
