@@ -529,6 +529,12 @@ enum TVAsolitem_enum {
   TVA_SOL_ITEM_SNX = 7,
 };
 
+enum TVAsoltype_enum {
+  TVA_SOL_ITR = 0,
+  TVA_SOL_BAS = 1,
+  TVA_SOL_ITG = 2,
+};
+
 enum TVAconetype_enum {
   TVA_CT_QUAD = 0,
   TVA_CT_RQUAD = 1,
@@ -1468,6 +1474,76 @@ TVAAPI TVArescode TVA_getmemusagetask(TVAtask_t task, TVAint64t* meminuse,
 /* ---- Response codes and the last response ------------------------------------ */
 
 /* ---- Parameters, information items and symbolic constants -------------------- */
+
+/* Parameters by index. Out-of-range values leave the parameter as it was. */
+TVAAPI TVArescode TVA_putintparam(TVAtask_t task, TVAint32t param, TVAint32t parvalue);
+TVAAPI TVArescode TVA_putdouparam(TVAtask_t task, TVAint32t param, double parvalue);
+TVAAPI TVArescode TVA_putstrparam(TVAtask_t task, TVAint32t param, const char* parvalue);
+TVAAPI TVArescode TVA_getintparam(TVAtask_t task, TVAint32t param, TVAint32t* parvalue);
+TVAAPI TVArescode TVA_getdouparam(TVAtask_t task, TVAint32t param, double* parvalue);
+TVAAPI TVArescode TVA_getstrparam(TVAtask_t task, TVAint32t param, TVAint32t maxlen,
+                                  TVAint32t* len, char* parvalue);
+TVAAPI TVArescode TVA_getstrparamlen(TVAtask_t task, TVAint32t param, TVAint32t* len);
+/* The buffer comes from the task; free it with TVA_freetask. */
+TVAAPI TVArescode TVA_getstrparamal(TVAtask_t task, TVAint32t param, TVAint32t maxlen,
+                                    char** value);
+
+/* Parameters by full name, such as "TVA_IPAR_LOG". */
+TVAAPI TVArescode TVA_putnaintparam(TVAtask_t task, const char* paramname, TVAint32t parvalue);
+TVAAPI TVArescode TVA_putnadouparam(TVAtask_t task, const char* paramname, double parvalue);
+TVAAPI TVArescode TVA_putnastrparam(TVAtask_t task, const char* paramname,
+                                    const char* parvalue);
+TVAAPI TVArescode TVA_getnaintparam(TVAtask_t task, const char* paramname,
+                                    TVAint32t* parvalue);
+TVAAPI TVArescode TVA_getnadouparam(TVAtask_t task, const char* paramname, double* parvalue);
+TVAAPI TVArescode TVA_getnastrparam(TVAtask_t task, const char* paramname, TVAint32t maxlen,
+                                    TVAint32t* len, char* parvalue);
+TVAAPI TVArescode TVA_getnastrparamal(TVAtask_t task, const char* paramname, TVAint32t maxlen,
+                                      char** value);
+/* Name and value as text; an int value may be a symbolic name such as "TVA_ON". */
+TVAAPI TVArescode TVA_putparam(TVAtask_t task, const char* parname, const char* parvalue);
+TVAAPI TVArescode TVA_whichparam(TVAtask_t task, const char* parname, TVAint32t* partype,
+                                 TVAint32t* param);
+TVAAPI TVArescode TVA_isdouparname(TVAtask_t task, const char* parname, TVAint32t* param);
+TVAAPI TVArescode TVA_isintparname(TVAtask_t task, const char* parname, TVAint32t* param);
+TVAAPI TVArescode TVA_isstrparname(TVAtask_t task, const char* parname, TVAint32t* param);
+TVAAPI TVArescode TVA_getparamname(TVAtask_t task, TVAint32t partype, TVAint32t param,
+                                   char* parname);
+TVAAPI TVArescode TVA_getnumparam(TVAtask_t task, TVAint32t partype, TVAint32t* numparam);
+TVAAPI TVArescode TVA_getparammax(TVAtask_t task, TVAint32t partype, TVAint32t* parammax);
+TVAAPI TVArescode TVA_setdefaults(TVAtask_t task);
+TVAAPI TVArescode TVA_printparam(TVAtask_t task);
+TVAAPI TVArescode TVA_readparamfile(TVAtask_t task, const char* filename);
+TVAAPI TVArescode TVA_writeparamfile(TVAtask_t task, const char* filename);
+
+/* Information items. */
+TVAAPI TVArescode TVA_getdouinf(TVAtask_t task, TVAint32t whichdinf, double* dvalue);
+TVAAPI TVArescode TVA_getintinf(TVAtask_t task, TVAint32t whichiinf, TVAint32t* ivalue);
+TVAAPI TVArescode TVA_getlintinf(TVAtask_t task, TVAint32t whichliinf, TVAint64t* ivalue);
+TVAAPI TVArescode TVA_getnadouinf(TVAtask_t task, const char* infitemname, double* dvalue);
+TVAAPI TVArescode TVA_getnaintinf(TVAtask_t task, const char* infitemname, TVAint32t* ivalue);
+TVAAPI TVArescode TVA_getinfindex(TVAtask_t task, TVAint32t inftype, const char* infname,
+                                  TVAint32t* infindex);
+TVAAPI TVArescode TVA_getinfname(TVAtask_t task, TVAint32t inftype, TVAint32t whichinf,
+                                 char* infname);
+TVAAPI TVArescode TVA_getinfmax(TVAtask_t task, TVAint32t inftype, TVAint32t* infmax);
+
+/* Symbolic constants. Text outputs take buffers of TVA_MAX_STR_LEN bytes. */
+TVAAPI TVAbooleant TVA_symnamtovalue(const char* name, char* value);
+TVAAPI TVArescode TVA_getsymbcondim(TVAenv_t env, TVAint32t* num, TVAint32t* maxlen);
+TVAAPI TVArescode TVA_getsymbcon(TVAtask_t task, TVAint32t i, TVAint32t maxlen, char* name,
+                                 TVAint32t* value);
+TVAAPI TVArescode TVA_iparvaltosymnam(TVAenv_t env, TVAint32t whichparam, TVAint32t whichvalue,
+                                      char* symbolicname);
+TVAAPI TVArescode TVA_bktostr(TVAtask_t task, TVAint32t bk, char* str);
+TVAAPI TVArescode TVA_sktostr(TVAtask_t task, TVAint32t sk, char* str);
+TVAAPI TVArescode TVA_strtosk(TVAtask_t task, const char* str, TVAint32t* sk);
+TVAAPI TVArescode TVA_conetypetostr(TVAtask_t task, TVAint32t ct, char* str);
+TVAAPI TVArescode TVA_strtoconetype(TVAtask_t task, const char* str, TVAint32t* conetype);
+TVAAPI TVArescode TVA_prostatostr(TVAtask_t task, TVAint32t prosta, char* str);
+TVAAPI TVArescode TVA_solstatostr(TVAtask_t task, TVAint32t solsta, char* str);
+TVAAPI TVArescode TVA_probtypetostr(TVAtask_t task, TVAint32t probtype, char* str);
+TVAAPI TVArescode TVA_callbackcodetostr(TVAint32t code, char* callbackcodestr);
 
 /* ---- Problem store ----------------------------------------------------------- */
 

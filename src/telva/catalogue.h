@@ -10,6 +10,12 @@ constexpr int32 kNumIpar = TVA_IPAR_NUM;
 constexpr int32 kNumDpar = TVA_DPAR_NUM;
 constexpr int32 kNumSpar = TVA_SPAR_NUM;
 constexpr int32 kParNameSlot = 128;
+constexpr int32 kNumDinf = TVA_DINF_NUM;
+constexpr int32 kNumIinf = TVA_IINF_NUM;
+constexpr int32 kNumLiinf = TVA_LIINF_NUM;
+constexpr int32 kNumPrivDinf = 83;
+constexpr int32 kNumPrivIinf = 96;
+constexpr int32 kNumPrivLiinf = 7;
 
 // Limit kinds of a parameter.
 enum ParLimitKind : int32 {

@@ -26,6 +26,15 @@ struct TvaTask {
   double dparam[telva::kNumDpar] = {0};
   char* sparam[telva::kNumSpar] = {nullptr};
 
+  // Information items that the optimizers leave behind, and the private statistics beside
+  // them (no names, no exported reader: the driver and the summaries use them).
+  double dinf[telva::kNumDinf] = {0};
+  telva::int32 iinf[telva::kNumIinf] = {0};
+  telva::int64 liinf[telva::kNumLiinf] = {0};
+  double pdinf[telva::kNumPrivDinf] = {0};
+  telva::int32 piinf[telva::kNumPrivIinf] = {0};
+  telva::int64 pliinf[telva::kNumPrivLiinf] = {0};
+
   telva::int32 warncount[1000] = {0};
 
   void* cb_handle = nullptr;
