@@ -6,6 +6,8 @@
 #include <new>
 #include <string>
 
+#include "cpub/syspool.h"
+
 using namespace telva;
 
 namespace {
@@ -124,6 +126,7 @@ TVAAPI TVArescode TVA_deletetask(TVAtask_t* ptask) {
     s = nullptr;
   }
   streamblock_teardown(&task->streams);
+  syspool_delete(&task->pool);
   TVA_SYS_FREE(sys, task->lastmsg);
 
   task->env = nullptr;
