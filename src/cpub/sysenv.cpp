@@ -1,5 +1,6 @@
 #include "cpub/sysenv.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -127,21 +128,22 @@ void sysenv_copy_platform(sysenv* to, const sysenv* from) {
 }
 
 int32 sysenv_num_cores(sysenv* sys) {
-  if (sys->num_cores < 1) {
-    long online = sysconf(_SC_NPROCESSORS_ONLN);
-    if (online < 1) online = 1;
-    long allowed = online;
-    cpu_set_t mask;
-    CPU_ZERO(&mask);
-    if (sched_getaffinity(0, sizeof mask, &mask) == 0) {
-      int n = CPU_COUNT(&mask);
-      if (n > 0) allowed = n;
-    }
-    if (allowed < online && sys->debug_level > 0)
-      sysenv_debug_printf(sys, "Not all cpus enabled\n");
-    sys->num_cores = static_cast<int32>(allowed);
+  // Tasks of one environment may ask at the same time; they all compute the same number.
+  std::atomic_ref<int32> cores(sys->num_cores);
+  int32 known = cores.load(std::memory_order_relaxed);
+  if (known >= 1) return known;
+  long online = sysconf(_SC_NPROCESSORS_ONLN);
+  if (online < 1) online = 1;
+  long allowed = online;
+  cpu_set_t mask;
+  CPU_ZERO(&mask);
+  if (sched_getaffinity(0, sizeof mask, &mask) == 0) {
+    int n = CPU_COUNT(&mask);
+    if (n > 0) allowed = n;
   }
-  return sys->num_cores;
+  if (allowed < online && sys->debug_level > 0) sysenv_debug_printf(sys, "Not all cpus enabled\n");
+  cores.store(static_cast<int32>(allowed), std::memory_order_relaxed);
+  return static_cast<int32>(allowed);
 }
 
 void sysenv_set_num_cores(sysenv* sys, int32 n) {

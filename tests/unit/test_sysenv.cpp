@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <fstream>
+#include <sched.h>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -10,6 +13,7 @@
 #include "cpub/sysatomic.h"
 #include "cpub/syscpu.h"
 #include "cpub/sysenv.h"
+#include "telva/env.h"
 
 namespace {
 
@@ -89,6 +93,44 @@ TEST_F(SysEnv, DebugDumpGoesToTheMessageFunction) {
   EXPECT_NE(out.find("L2 = " + std::to_string(sys_->cache_l2) + "\n"), std::string::npos);
   EXPECT_NE(out.find("HAS_SSE2: "), std::string::npos);
   EXPECT_NE(out.find("proc name str = "), std::string::npos);
+}
+
+TEST(SysEnvDebugFile, DumpGoesIntoTheTraceFile) {
+  std::string base = ::testing::TempDir() + "telva_sysenv_dbg_" + std::to_string(getpid());
+  TVAenv_t env = nullptr;
+  ASSERT_EQ(TVA_makeenv(&env, base.c_str()), TVA_RES_OK);
+  EXPECT_EQ(env->sys->debug_level, 10);
+  int32 l1 = env->sys->cache_l1;
+  EXPECT_EQ(TVA_deleteenv(&env), TVA_RES_OK);
+  std::string trace = base + ".env.txt";
+  std::ifstream in(trace);
+  std::stringstream text;
+  text << in.rdbuf();
+  std::remove(trace.c_str());
+  EXPECT_NE(text.str().find("Telva system information:\n"), std::string::npos);
+  EXPECT_NE(text.str().find("L1 = " + std::to_string(l1) + "\n"), std::string::npos);
+}
+
+TEST_F(SysEnv, NarrowAffinityIsNoticed) {
+  cpu_set_t saved;
+  ASSERT_EQ(sched_getaffinity(0, sizeof saved, &saved), 0);
+  if (CPU_COUNT(&saved) < 2 || CPU_COUNT(&saved) < sysconf(_SC_NPROCESSORS_ONLN))
+    GTEST_SKIP() << "needs a process that may run on all of at least two processors";
+  cpu_set_t one;
+  CPU_ZERO(&one);
+  for (int c = 0; c < CPU_SETSIZE; ++c)
+    if (CPU_ISSET(c, &saved)) {
+      CPU_SET(c, &one);
+      break;
+    }
+  ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
+  std::string out;
+  sysenv_set_message(sys_, capture, &out);
+  sys_->debug_level = 10;
+  int32 cores = sysenv_num_cores(sys_);
+  ASSERT_EQ(sched_setaffinity(0, sizeof saved, &saved), 0);
+  EXPECT_EQ(cores, 1);
+  EXPECT_EQ(out, "Not all cpus enabled\n");
 }
 
 TEST_F(SysEnv, TimingSectionsOnlyAtADebugLevel) {
