@@ -38,7 +38,15 @@ int64 raw_read(sysfile* f, char* dst, int64 n) {
   if (n > (1 << 30)) n = 1 << 30; // zlib counts in unsigned int
   if (f->gz) {
     int got = gzread(f->gz, dst, static_cast<unsigned>(n));
-    return got < 0 ? -1 : got;
+    if (got < 0) return -1;
+    if (got < n) {
+      // A short read is the end of the data, or a stream cut off before its end, which zlib
+      // tells only through its error state.
+      int err = Z_OK;
+      gzerror(f->gz, &err);
+      if (err != Z_OK && err != Z_STREAM_END) return -1;
+    }
+    return got;
   }
   for (;;) {
     ssize_t got = ::read(f->fd, dst, static_cast<size_t>(n));

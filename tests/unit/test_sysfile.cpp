@@ -151,6 +151,24 @@ TEST_F(SysFile, GzipRoundTrip) {
   EXPECT_EQ(read_all(plain, 1, 100), "not compressed\n");
 }
 
+TEST_F(SysFile, TruncatedGzipIsAReadError) {
+  std::string name = path("cut.gz");
+  write_all(name, pattern(100000), 1);
+  int64 size = 0;
+  sysfile* f = nullptr;
+  ASSERT_EQ(sysfile_open(sys_, &f, name.c_str(), kFileRead, 0), kSysOk);
+  ASSERT_EQ(sysfile_size(f, &size), kSysOk);
+  ASSERT_EQ(sysfile_close(&f), kSysOk);
+  ASSERT_EQ(truncate(name.c_str(), size / 2), 0);
+
+  ASSERT_EQ(sysfile_open(sys_, &f, name.c_str(), kFileRead, 1), kSysOk);
+  std::string buf(200000, '\0');
+  int64 got = 0;
+  EXPECT_EQ(sysfile_read(f, buf.data(), 200000, &got), kSysFileRead);
+  EXPECT_LT(got, 100000);
+  sysfile_close(&f);
+}
+
 TEST_F(SysFile, GzipLinesAndAppend) {
   std::string name = path("lines.gz");
   write_all(name, "first\r\nsecond\n", 1);
