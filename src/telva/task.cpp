@@ -6,6 +6,8 @@
 #include <new>
 #include <string>
 
+#include "cpub/syspool.h"
+
 using namespace telva;
 
 namespace {
@@ -125,6 +127,7 @@ TVAAPI TVArescode TVA_deletetask(TVAtask_t* ptask) {
     s = nullptr;
   }
   streamblock_teardown(&task->streams);
+  syspool_delete(&task->pool);
   TVA_SYS_FREE(sys, task->lastmsg);
 
   // Zero the first two words so that a stale handle is refused. The stores go through a

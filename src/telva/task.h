@@ -9,11 +9,17 @@
 #include "telva/env.h"
 #include "telva/streamblock.h"
 
+namespace telva {
+struct TvaThreadPool;
+}
+
 typedef int32_t (*TVAresponsefuncint)(void* handle, TVArescode code, const char* msg);
 
 struct TvaTask {
   TvaEnv* env = nullptr;        // zeroed at deletion: what makes a stale handle detectable
   telva::sysenv* sys = nullptr; // all memory of the task goes through this
+  // The task's thread pool, made on demand by the thread decision.
+  telva::TvaThreadPool* pool = nullptr;
   telva::int32 taskid = 0;
   char* taskname = nullptr;
 
