@@ -14,10 +14,19 @@ namespace {
 // Platform number of this build and the texts of all known platforms.
 constexpr int32 kPlatformLinux64X86 = 1;
 const char* const kPlatformTexts[] = {
-    "Linux/32-X86",    "Linux/64-X86",   "Linux/Itanium64", "Windows/32-X86", "Windows/64-X86",
-    "Windows/Itanium", "Solaris/Intel32", "Solaris/64-X86", "Solaris/Sparc32", "Solaris/Sparc64",
-    "MACOSX/32-X86",   "MACOSX/64-X86",  "MACOSX/PPC32",    "MACOSX/PPC64",   "HPUX/PARISC32",
-    "HPUX/PARISC64",   "AIX/RS6K32",     "AIX/RS6K64"};
+    "Linux/32-X86",    "Linux/64-X86",    "Linux/Itanium64", "Windows/32-X86",  "Windows/64-X86",
+    "Windows/Itanium", "Solaris/Intel32", "Solaris/64-X86",  "Solaris/Sparc32", "Solaris/Sparc64",
+    "MACOSX/32-X86",   "MACOSX/64-X86",   "MACOSX/PPC32",    "MACOSX/PPC64",    "HPUX/PARISC32",
+    "HPUX/PARISC64",   "AIX/RS6K32",      "AIX/RS6K64"};
+
+// The memory manager's messages and fatal errors travel the sysenv's roads.
+void memman_message(void* handle, const char* text) {
+  sysenv_echo(static_cast<sysenv*>(handle), text);
+}
+
+[[noreturn]] void memman_fatal(void* handle, const char* file, int line, const char* msg) {
+  sysenv_fatal(static_cast<sysenv*>(handle), file, line, "%s", msg);
+}
 
 } // namespace
 
@@ -31,7 +40,7 @@ int sysenv_create(sysenv** out, int32 mode, const MemHooks& hooks, const char* d
     if (!log) return kSysFileOpen;
     std::fprintf(log, "%s\n", title ? title : "");
   }
-  memman* mm = memman_create(debug ? 1 : 0, debug ? 10 : 0, hooks, title, log);
+  memman* mm = memman_create(debug ? 1 : 0, debug ? 10 : 0, hooks, "TELVA", log);
   if (!mm) {
     if (log) std::fclose(log);
     return kSysSpace;
@@ -46,6 +55,8 @@ int sysenv_create(sysenv** out, int32 mode, const MemHooks& hooks, const char* d
   sys->mode = mode;
   sys->debug_level = debug ? 10 : 0;
   sys->platform = kPlatformLinux64X86;
+  memman_set_msg(mm, memman_message, sys);
+  memman_set_fatal(mm, memman_fatal, sys);
   *out = sys;
   return kSysOk;
 }
@@ -57,6 +68,9 @@ int sysenv_delete(sysenv** psys) {
   memman* mm = sys->mm;
   bool debug = sys->debug_level > 0;
   if (sys->lib_path) memman_free(mm, TVA_HERE, sys->lib_path);
+  // From here on the sysenv is gone: the manager's last scan reports on its own.
+  memman_set_msg(mm, nullptr, nullptr);
+  memman_set_fatal(mm, nullptr, nullptr);
   sys->~sysenv();
   memman_free(mm, TVA_HERE, sys);
   int64 left = memman_delete(mm);

@@ -47,27 +47,25 @@ TVAAPI char* TVA_strduptask(TVAtask_t task, const char* str) {
   return TVA_strdupdbgtask(task, str, __FILE__, __LINE__);
 }
 
-TVAAPI char* TVA_strdupdbgtask(TVAtask_t task, const char* str, const char* file,
-                               unsigned line) {
+TVAAPI char* TVA_strdupdbgtask(TVAtask_t task, const char* str, const char* file, unsigned line) {
   if (task_check(task) != TVA_RES_OK) return nullptr;
   return sysenv_strdup(task->sys, file, static_cast<int>(line), str);
 }
 
 TVAAPI TVArescode TVA_checkmemenv(TVAenv_t env, const char* file, TVAint32t line) {
   if (!env) return TVA_RES_ERR_NULL_ENV;
-  memman_scan(env->sys->mm, file, line);
+  sysenv_scan(env->sys, file, line);
   return TVA_RES_OK;
 }
 
 TVAAPI TVArescode TVA_checkmemtask(TVAtask_t task, const char* file, TVAint32t line) {
   TVArescode r = task_check(task);
   if (r != TVA_RES_OK) return r;
-  memman_scan(task->sys->mm, file, line);
+  sysenv_scan(task->sys, file, line);
   return TVA_RES_OK;
 }
 
-TVAAPI TVArescode TVA_getmemusagetask(TVAtask_t task, TVAint64t* meminuse,
-                                      TVAint64t* maxmemuse) {
+TVAAPI TVArescode TVA_getmemusagetask(TVAtask_t task, TVAint64t* meminuse, TVAint64t* maxmemuse) {
   TVArescode r = task_check(task);
   if (r != TVA_RES_OK) return r;
   int64 cur = 0, max = 0;
