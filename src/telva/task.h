@@ -2,16 +2,24 @@
 // its own sysenv; parameters, streams, callbacks and the last response live here.
 #pragma once
 
+#include "cpub/bufenv.h"
 #include "cpub/sysenv.h"
 #include "telva/catalogue.h"
 #include "telva/env.h"
 #include "telva/streamblock.h"
+
+namespace telva {
+struct telvabuf;
+}
 
 typedef int32_t (*TVAresponsefuncint)(void* handle, TVArescode code, const char* msg);
 
 struct TvaTask {
   TvaEnv* env = nullptr;         // zeroed at deletion: what makes a stale handle detectable
   telva::sysenv* sys = nullptr;  // all memory of the task goes through this
+  telva::bufenv* bufenv = nullptr;       // per-worker scratch, blocks (16, 0)
+  telva::bufenv* bufenv_clear = nullptr; // per-worker scratch, zeroed blocks (16, 1)
+  telva::telvabuf* buflists = nullptr;   // scratch lists of temporary arrays
   telva::int32 taskid = 0;
   char* taskname = nullptr;
 
