@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "telva.h"
 #include "telva/task.h"
@@ -124,6 +125,10 @@ struct HookState {
   long calls = 0;
   long live = 0;
   bool keep_freed = false;
+  std::vector<void*> kept; // blocks "freed" while keep_freed, released at the end of the test
+  ~HookState() {
+    for (void* p : kept) std::free(p);
+  }
 };
 
 bool take(HookState* s) {
@@ -152,7 +157,10 @@ void hook_free(void* u, void* p) {
   auto* s = static_cast<HookState*>(u);
   if (!p) return;
   --s->live;
-  if (!s->keep_freed) std::free(p);
+  if (s->keep_freed)
+    s->kept.push_back(p);
+  else
+    std::free(p);
 }
 
 TEST(Lifecycle, DeletedTaskIsRefusedAsInvalid) {
