@@ -75,8 +75,10 @@ std::string temp_path(const std::string& name) {
 struct Budget {
   long left = -1;
   long live = 0;
+  long calls = 0;
 };
 bool spend(Budget* b) {
+  ++b->calls;
   if (b->left == 0) return false;
   if (b->left > 0) --b->left;
   return true;
@@ -439,6 +441,56 @@ TEST(MemFatalDeathTest, OverrunInEnvironmentEndsInItsExitFunction) {
       "EXIT .*memexport.cpp\\([0-9]+\\): \\*\\*\\* Block end guard violation. #[0-9]+ at "
       "0x[0-9a-f]+. pos: 1 expected: 33 got 7");
   std::remove((base + ".env.txt").c_str());
+}
+
+} // namespace
+
+namespace {
+
+// With memory debugging on, a failure at any allocation of TVA_makeenvalloc or TVA_maketask
+// still gives TVA_RES_ERR_SPACE, a null handle, and nothing left behind.
+TEST(MemDebugFile, FailureAtEveryAllocationLeavesNothing) {
+  std::string base = temp_path("fail");
+  Budget probe;
+  TVAenv_t env = nullptr;
+  TVAtask_t task = nullptr;
+  ASSERT_EQ(TVA_makeenvalloc(&env, &probe, b_malloc, b_calloc, b_realloc, b_free, base.c_str()),
+            TVA_RES_OK);
+  long env_calls = probe.calls;
+  ASSERT_EQ(TVA_maketask(env, 4, 4, &task), TVA_RES_OK);
+  long task_calls = probe.calls - env_calls;
+  EXPECT_EQ(TVA_deletetask(&task), TVA_RES_OK);
+  EXPECT_EQ(TVA_deleteenv(&env), TVA_RES_OK);
+  ASSERT_EQ(probe.live, 0);
+
+  for (long n = 0; n < env_calls; ++n) {
+    Budget b;
+    b.left = n;
+    TVAenv_t e = reinterpret_cast<TVAenv_t>(1);
+    EXPECT_EQ(TVA_makeenvalloc(&e, &b, b_malloc, b_calloc, b_realloc, b_free, base.c_str()),
+              TVA_RES_ERR_SPACE)
+        << n;
+    EXPECT_EQ(e, nullptr);
+    EXPECT_EQ(b.live, 0) << n;
+  }
+  for (long n = 0; n < task_calls; ++n) {
+    Budget b;
+    TVAenv_t e = nullptr;
+    ASSERT_EQ(TVA_makeenvalloc(&e, &b, b_malloc, b_calloc, b_realloc, b_free, base.c_str()),
+              TVA_RES_OK);
+    long live = b.live;
+    b.left = n;
+    TVAtask_t t = reinterpret_cast<TVAtask_t>(1);
+    EXPECT_EQ(TVA_maketask(e, 4, 4, &t), TVA_RES_ERR_SPACE) << n;
+    EXPECT_EQ(t, nullptr);
+    EXPECT_EQ(b.live, live) << n;
+    b.left = -1;
+    EXPECT_EQ(TVA_deleteenv(&e), TVA_RES_OK) << n;
+    EXPECT_EQ(b.live, 0) << n;
+  }
+  std::remove((base + ".env.txt").c_str());
+  for (long id = 0; id <= 1; ++id)
+    std::remove((base + "." + std::to_string(id) + ".task.txt").c_str());
 }
 
 } // namespace
