@@ -14,10 +14,10 @@ namespace {
 // Platform number of this build and the texts of all known platforms.
 constexpr int32 kPlatformLinux64X86 = 1;
 const char* const kPlatformTexts[] = {
-    "Linux/32-X86",    "Linux/64-X86",    "Linux/Itanium64", "Windows/32-X86",  "Windows/64-X86",
-    "Windows/Itanium", "Solaris/Intel32", "Solaris/64-X86",  "Solaris/Sparc32", "Solaris/Sparc64",
-    "MACOSX/32-X86",   "MACOSX/64-X86",   "MACOSX/PPC32",    "MACOSX/PPC64",    "HPUX/PARISC32",
-    "HPUX/PARISC64",   "AIX/RS6K32",      "AIX/RS6K64"};
+    "Linux/32-X86",    "Linux/64-X86",   "Linux/Itanium64", "Windows/32-X86", "Windows/64-X86",
+    "Windows/Itanium", "Solaris/Intel32", "Solaris/64-X86", "Solaris/Sparc32", "Solaris/Sparc64",
+    "MACOSX/32-X86",   "MACOSX/64-X86",  "MACOSX/PPC32",    "MACOSX/PPC64",   "HPUX/PARISC32",
+    "HPUX/PARISC64",   "AIX/RS6K32",     "AIX/RS6K64"};
 
 // The memory manager's messages and fatal errors travel the sysenv's roads.
 void memman_message(void* handle, const char* text) {
