@@ -8,6 +8,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "cpub/md5.h"
@@ -221,6 +222,34 @@ TEST_P(MemRoads, ManyBlocksFreedInAnyOrder) {
   int64 cur;
   memman_usage(mm, &cur, nullptr);
   EXPECT_EQ(cur, 0);
+  EXPECT_EQ(memman_delete(mm), 0);
+}
+
+// An environment's manager is shared by the threads of its tasks: the counts must stay exact.
+TEST_P(MemRoads, ThreadsAllocateConcurrently) {
+  memman* mm = memman_create(GetParam(), 0, memman_default_hooks(), "T", nullptr);
+  ASSERT_NE(mm, nullptr);
+  std::vector<std::thread> pool;
+  for (int t = 0; t < 4; ++t)
+    pool.emplace_back([mm, t] {
+      std::vector<void*> mine;
+      for (int i = 0; i < 400; ++i) {
+        mine.push_back(memman_malloc(mm, TVA_HERE, 1, 8 + (i + t) % 64));
+        if (i % 3 == 0) {
+          memman_free(mm, TVA_HERE, mine.back());
+          mine.pop_back();
+        }
+      }
+      for (void* p : mine)
+        memman_free(mm, TVA_HERE, p);
+    });
+  for (auto& th : pool)
+    th.join();
+  int64 cur, max;
+  memman_usage(mm, &cur, &max);
+  EXPECT_EQ(cur, 0);
+  EXPECT_GT(max, 0);
+  EXPECT_EQ(memman_num_blocks(mm), 0);
   EXPECT_EQ(memman_delete(mm), 0);
 }
 
