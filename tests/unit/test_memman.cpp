@@ -492,6 +492,8 @@ TEST(MemDebugFile, FailureAtEveryAllocationLeavesNothing) {
   EXPECT_EQ(TVA_deleteenv(&env), TVA_RES_OK);
   ASSERT_EQ(probe.live, 0);
 
+  // With debugging on, the manager's messages also go to the standard output.
+  ::testing::internal::CaptureStdout();
   for (long n = 0; n < env_calls; ++n) {
     Budget b;
     b.left = n;
@@ -517,6 +519,8 @@ TEST(MemDebugFile, FailureAtEveryAllocationLeavesNothing) {
     EXPECT_EQ(TVA_deleteenv(&e), TVA_RES_OK) << n;
     EXPECT_EQ(b.live, 0) << n;
   }
+  std::string out = ::testing::internal::GetCapturedStdout();
+  EXPECT_NE(out.find("Out of space while trying to allocate a block of size "), std::string::npos);
   std::remove((base + ".env.txt").c_str());
   for (long id = 0; id <= 1; ++id)
     std::remove((base + "." + std::to_string(id) + ".task.txt").c_str());
