@@ -61,6 +61,15 @@ void debug_write(sysenv* sys, const char* text) {
     std::fputs(text, stdout);
 }
 
+// The memory manager's messages and fatal errors travel the sysenv's roads.
+void memman_message(void* handle, const char* text) {
+  sysenv_echo(static_cast<sysenv*>(handle), text);
+}
+
+[[noreturn]] void memman_fatal(void* handle, const char* file, int line, const char* msg) {
+  sysenv_fatal(static_cast<sysenv*>(handle), file, line, "%s", msg);
+}
+
 } // namespace
 
 int sysenv_create(sysenv** out, int32 mode, const MemHooks& hooks, const char* dbgfile,
@@ -73,7 +82,7 @@ int sysenv_create(sysenv** out, int32 mode, const MemHooks& hooks, const char* d
     if (!log) return kSysFileOpen;
     std::fprintf(log, "%s\n", title ? title : "");
   }
-  memman* mm = memman_create(debug ? 1 : 0, debug ? 10 : 0, hooks, title, log);
+  memman* mm = memman_create(debug ? 1 : 0, debug ? 10 : 0, hooks, "TELVA", log);
   if (!mm) {
     if (log) std::fclose(log);
     return kSysSpace;
@@ -90,6 +99,8 @@ int sysenv_create(sysenv** out, int32 mode, const MemHooks& hooks, const char* d
   sys->platform = kPlatformThisBuild;
   sys->debug_file = log;
   identify_processor(sys);
+  memman_set_msg(mm, memman_message, sys);
+  memman_set_fatal(mm, memman_fatal, sys);
   *out = sys;
   return kSysOk;
 }
@@ -101,6 +112,9 @@ int sysenv_delete(sysenv** psys) {
   memman* mm = sys->mm;
   bool debug = sys->debug_level > 0;
   if (sys->lib_path) memman_free(mm, TVA_HERE, sys->lib_path);
+  // From here on the sysenv is gone: the manager's last scan reports on its own.
+  memman_set_msg(mm, nullptr, nullptr);
+  memman_set_fatal(mm, nullptr, nullptr);
   sys->~sysenv();
   memman_free(mm, TVA_HERE, sys);
   int64 left = memman_delete(mm);

@@ -89,6 +89,23 @@ void sysenv_free(sysenv* sys, const char* file, int line, void* block);
 inline char* sysenv_strdup(sysenv* sys, const char* file, int line, const char* text) {
   return memman_strdup(sys->mm, file, line, text);
 }
+// Checks every block of the checked road (a no-op on the plain road).
+inline int sysenv_scan(sysenv* sys, const char* file, int line) {
+  return memman_scan(sys->mm, file, line);
+}
+inline int sysenv_lock_block(sysenv* sys, const char* file, int line, void* block) {
+  return memman_lock_block(sys->mm, file, line, block);
+}
+inline int sysenv_unlock_block(sysenv* sys, const char* file, int line, void* block) {
+  return memman_unlock_block(sys->mm, file, line, block);
+}
+inline void sysenv_usage(const sysenv* sys, int64* current, int64* maximum) {
+  memman_usage(sys->mm, current, maximum);
+}
+// Array form for int32: n elements, zeroed.
+inline int32* sysenv_alloc_int32(sysenv* sys, const char* file, int line, size_t n) {
+  return static_cast<int32*>(memman_calloc(sys->mm, file, line, n, sizeof(int32)));
+}
 
 // Typed forms: TVA_SYS_ALLOC(sys, T, n) gives zeroed memory for n objects of T.
 #define TVA_SYS_ALLOC(sys, T, n)                                                                   \

@@ -74,6 +74,10 @@ TVArescode make_env(TVAenv_t* penv, const MemHooks& hooks, const char* dbgfile) 
   sysenv_set_fatal(sys, env_fatal, env);
 
   TVArescode r = streamblock_init(&env->streams, sys, kBanner);
+  if (r == TVA_RES_OK) {
+    env->bufenv = bufenv_create(sys, 16, 0);
+    if (!env->bufenv) r = TVA_RES_ERR_SPACE;
+  }
   if (r == TVA_RES_OK && dbgfile && *dbgfile) {
     env->dbgfile = sysenv_strdup(sys, TVA_HERE, dbgfile);
     if (!env->dbgfile) r = TVA_RES_ERR_SPACE;
@@ -139,6 +143,7 @@ TVAAPI TVArescode TVA_deleteenv(TVAenv_t* penv) {
   sysenv* sys = env->sys;
   for (int32 i = 0; i < kNumSpar; ++i)
     TVA_SYS_FREE(sys, env->catalogue.spar_default[i]);
+  bufenv_delete(&env->bufenv);
   streamblock_teardown(&env->streams);
   TVA_SYS_FREE(sys, env->dbgfile);
   if (env->locks_made)

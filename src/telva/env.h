@@ -3,6 +3,7 @@
 // counters of the tasks made in it.
 #pragma once
 
+#include "cpub/bufenv.h"
 #include "cpub/sysenv.h"
 #include "cpub/sysmutex.h"
 #include "telva/catalogue.h"
@@ -16,6 +17,7 @@ struct TvaEnv {
   telva::sysmutex locks[3];
   bool locks_made = false;
   telva::sysenv* sys = nullptr;
+  telva::bufenv* bufenv = nullptr; // per-worker scratch, blocks (16, 0)
   telva::int32 numthreads = 0;
   char* dbgfile = nullptr;
   TVAexitfunc exit_func = nullptr;

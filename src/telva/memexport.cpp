@@ -54,14 +54,14 @@ TVAAPI char* TVA_strdupdbgtask(TVAtask_t task, const char* str, const char* file
 
 TVAAPI TVArescode TVA_checkmemenv(TVAenv_t env, const char* file, TVAint32t line) {
   if (!env) return TVA_RES_ERR_NULL_ENV;
-  memman_scan(env->sys->mm, file, line);
+  sysenv_scan(env->sys, file, line);
   return TVA_RES_OK;
 }
 
 TVAAPI TVArescode TVA_checkmemtask(TVAtask_t task, const char* file, TVAint32t line) {
   TVArescode r = task_check(task);
   if (r != TVA_RES_OK) return r;
-  memman_scan(task->sys->mm, file, line);
+  sysenv_scan(task->sys, file, line);
   return TVA_RES_OK;
 }
 

@@ -1,5 +1,6 @@
 // Making, cloning, resizing and deleting tasks.
 #include "telva/task.h"
+#include "telva/telvabuf.h"
 
 #include <cstdio>
 #include <cstring>
@@ -91,6 +92,12 @@ TVAAPI TVArescode TVA_maketask(TVAenv_t env, TVAint32t maxnumcon, TVAint32t maxn
 
   TVArescode r = streamblock_init(&task->streams, sys, kBanner);
   if (r == TVA_RES_OK) {
+    task->bufenv = bufenv_create(sys, 16, 0);
+    task->bufenv_clear = bufenv_create(sys, 16, 1);
+    if (!task->bufenv || !task->bufenv_clear) r = TVA_RES_ERR_SPACE;
+  }
+  if (r == TVA_RES_OK) r = telvabuf_create(task);
+  if (r == TVA_RES_OK) {
     task->lastmsg_cap = kLastMsgCap;
     task->lastmsg = TVA_SYS_ALLOC(sys, char, kLastMsgCap);
     if (!task->lastmsg) r = TVA_RES_ERR_SPACE;
@@ -128,6 +135,9 @@ TVAAPI TVArescode TVA_deletetask(TVAtask_t* ptask) {
   }
   streamblock_teardown(&task->streams);
   syspool_delete(&task->pool);
+  telvabuf_delete(task);
+  bufenv_delete(&task->bufenv);
+  bufenv_delete(&task->bufenv_clear);
   TVA_SYS_FREE(sys, task->lastmsg);
 
   // Zero the first two words so that a stale handle is refused. The stores go through a

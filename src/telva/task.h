@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "cpub/bufenv.h"
 #include "cpub/sysenv.h"
 #include "telva/catalogue.h"
 #include "telva/env.h"
@@ -11,7 +12,8 @@
 
 namespace telva {
 struct TvaThreadPool;
-}
+struct telvabuf;
+} // namespace telva
 
 typedef int32_t (*TVAresponsefuncint)(void* handle, TVArescode code, const char* msg);
 
@@ -20,6 +22,9 @@ struct TvaTask {
   telva::sysenv* sys = nullptr; // all memory of the task goes through this
   // The task's thread pool, made on demand by the thread decision.
   telva::TvaThreadPool* pool = nullptr;
+  telva::bufenv* bufenv = nullptr;       // per-worker scratch, blocks (16, 0)
+  telva::bufenv* bufenv_clear = nullptr; // per-worker scratch, zeroed blocks (16, 1)
+  telva::telvabuf* buflists = nullptr;   // scratch lists of temporary arrays
   telva::int32 taskid = 0;
   char* taskname = nullptr;
 
