@@ -1,6 +1,9 @@
 // Making, cloning, resizing and deleting tasks.
 #include "telva/task.h"
 
+#include "misc/utf8bld.h"
+#include "telva/fatal.h"
+
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -12,19 +15,9 @@ namespace {
 
 constexpr int32 kLastMsgCap = 1025;
 
-// A fatal error inside the task's system layer: report on the task's error stream, then
-// hand over to the environment's road.
+// A fatal error inside the task's system layer takes the stoptask road.
 void task_fatal(void* handle, const char* file, int line, const char* msg) {
-  TvaTask* task = static_cast<TvaTask*>(handle);
-  streamblock_printf(&task->streams, TVA_STREAM_ERR,
-                     "\n\nTELVA fatal error (stoptask)\nVersion : %d.%d.%d.%d\nPlatform: %s\n"
-                     "File    : %s\nLine    : %d\nMsg.    : %s\n",
-                     TVA_VERSION_MAJOR, TVA_VERSION_MINOR, TVA_VERSION_BUILD, TVA_VERSION_REVISION,
-                     sysenv_platform_text(task->sys), file ? file : "(NULL)", line, msg);
-  streamblock_flush_all(&task->streams);
-  streamblock_unlink_files(&task->streams);
-  if (task->env && task->env->sys && task->env->sys->exit_func)
-    task->env->sys->exit_func(task->env->sys->exit_handle, file, line, msg);
+  stoptask(static_cast<TvaTask*>(handle), file, line, "%s", msg);
 }
 
 // Frees everything the task's store holds and leaves an empty problem.
@@ -64,7 +57,8 @@ TVAAPI TVArescode TVA_maketask(TVAenv_t env, TVAint32t maxnumcon, TVAint32t maxn
   }
 
   std::string trace;
-  if (env->dbgfile && *env->dbgfile) trace = std::string(env->dbgfile) + "." + std::to_string(taskid) + ".task.txt";
+  if (env->dbgfile && *env->dbgfile)
+    trace = std::string(env->dbgfile) + "." + std::to_string(taskid) + ".task.txt";
   sysenv* sys = nullptr;
   int st = sysenv_create(&sys, 0, memman_hooks(env->sys->mm),
                          trace.empty() ? nullptr : trace.c_str(), "TELVA memory task debugging.");
@@ -86,7 +80,11 @@ TVAAPI TVArescode TVA_maketask(TVAenv_t env, TVAint32t maxnumcon, TVAint32t maxn
   task->sys = sys;
   *ptask = task;
 
-  TVArescode r = streamblock_init(&task->streams, sys, kBanner);
+  TVArescode r = TVA_RES_OK;
+  task->dtoa = dtoaenv_make(sys);
+  if (task->dtoa) task->msgbuilder = utf8bld_make(sys, task->dtoa);
+  if (!task->dtoa || !task->msgbuilder) r = TVA_RES_ERR_SPACE;
+  if (r == TVA_RES_OK) r = streamblock_init(&task->streams, sys, kBanner);
   if (r == TVA_RES_OK) {
     task->lastmsg_cap = kLastMsgCap;
     task->lastmsg = TVA_SYS_ALLOC(sys, char, kLastMsgCap);
@@ -123,7 +121,9 @@ TVAAPI TVArescode TVA_deletetask(TVAtask_t* ptask) {
     TVA_SYS_FREE(sys, s);
     s = nullptr;
   }
+  utf8bld_delete(&task->msgbuilder);
   streamblock_teardown(&task->streams);
+  dtoaenv_delete(&task->dtoa);
   TVA_SYS_FREE(sys, task->lastmsg);
 
   task->env = nullptr;
@@ -147,8 +147,7 @@ TVAAPI TVArescode TVA_deletetask(TVAtask_t* ptask) {
 }
 
 TVAAPI TVArescode TVA_resizetask(TVAtask_t task, TVAint32t maxnumcon, TVAint32t maxnumvar,
-                                 TVAint32t maxnumcone, TVAint64t maxnumanz,
-                                 TVAint64t maxnumqnz) {
+                                 TVAint32t maxnumcone, TVAint64t maxnumanz, TVAint64t maxnumqnz) {
   TVArescode r = task_check(task);
   if (r != TVA_RES_OK) return r;
   clear_problem(task);

@@ -7,11 +7,16 @@
 #include "telva/env.h"
 #include "telva/streamblock.h"
 
+namespace telva {
+struct utf8bld;
+}
+
 typedef int32_t (*TVAresponsefuncint)(void* handle, TVArescode code, const char* msg);
 
 struct TvaTask {
-  TvaEnv* env = nullptr;         // zeroed at deletion: what makes a stale handle detectable
-  telva::sysenv* sys = nullptr;  // all memory of the task goes through this
+  TvaEnv* env = nullptr;          // zeroed at deletion: what makes a stale handle detectable
+  telva::sysenv* sys = nullptr;   // all memory of the task goes through this
+  telva::dtoaenv* dtoa = nullptr; // the task's double-to-text context
   telva::int32 taskid = 0;
   char* taskname = nullptr;
 
@@ -30,6 +35,7 @@ struct TvaTask {
   void* cb_func = nullptr;
   void* resp_handle = nullptr;
   TVAresponsefuncint resp_func = nullptr;
+  telva::utf8bld* msgbuilder = nullptr; // response messages are built here
 
   telva::StreamBlock streams;
 
