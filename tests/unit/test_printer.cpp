@@ -51,10 +51,15 @@ protected:
   double random_double() {
     uint64_t bits = rng();
     switch (rng() % 8) {
-    case 0: bits &= 0x800fffffffffffffULL; break; // denormal or zero
-    case 1: return std::ldexp(static_cast<double>(rng() % 100000), static_cast<int>(rng() % 40) - 20);
-    case 2: return static_cast<double>(static_cast<int64_t>(rng() % 2000001) - 1000000) / 1000.0;
-    default: break;
+    case 0:
+      bits &= 0x800fffffffffffffULL;
+      break; // denormal or zero
+    case 1:
+      return std::ldexp(static_cast<double>(rng() % 100000), static_cast<int>(rng() % 40) - 20);
+    case 2:
+      return static_cast<double>(static_cast<int64_t>(rng() % 2000001) - 1000000) / 1000.0;
+    default:
+      break;
     }
     double v;
     std::memcpy(&v, &bits, sizeof v);
@@ -77,7 +82,8 @@ TEST_F(PrinterTest, WidthJustificationAndFill) {
   EXPECT_EQ(fmt("%{wgG}i|%{wjG}s|", 6, '*', '#', -7, 6, 0, '.', "x"), "****-7|x.....|");
   EXPECT_EQ(fmt("%{wg}i", 6, '0', -7), "-00007");
   EXPECT_EQ(fmt("%{w}i|", -5, 42), "42   |"); // a negative width justifies left
-  EXPECT_EQ(fmt("%{wjg}s", 4, 2, 0x00e9, "a"), "\xc3\xa9\xc3\xa9\xc3\xa9" "a"); // a 16-bit fill
+  EXPECT_EQ(fmt("%{wjg}s", 4, 2, 0x00e9, "a"), "\xc3\xa9\xc3\xa9\xc3\xa9"
+                                               "a"); // a 16-bit fill
 }
 
 TEST_F(PrinterTest, SignsBasesAndIntegerKinds) {
@@ -131,7 +137,8 @@ TEST_F(PrinterTest, IntegersMatchPrintf) {
     ASSERT_EQ(fmt("%{wp}i", w, p, v), cfmt("%*.*d", w, p, v)) << w << " " << p << " " << v;
     ASSERT_EQ(fmt("%{wp+}i", w, p, v), cfmt("%+*.*d", w, p, v));
     ASSERT_EQ(fmt("%{wp}l", w, p, l), cfmt("%*.*lld", w, p, static_cast<long long>(l)));
-    ASSERT_EQ(fmt("%{wp}u", w, p, static_cast<uint32>(v)), cfmt("%*.*u", w, p, static_cast<unsigned>(v)));
+    ASSERT_EQ(fmt("%{wp}u", w, p, static_cast<uint32>(v)),
+              cfmt("%*.*u", w, p, static_cast<unsigned>(v)));
     ASSERT_EQ(fmt("%{wpf}i", w, p, 1, v), cfmt("%*.*x", w, p, static_cast<unsigned>(v)));
     ASSERT_EQ(fmt("%{wpf}L", w, p, 2, static_cast<uint64_t>(l)),
               cfmt("%*.*llo", w, p, static_cast<unsigned long long>(l)));
@@ -142,8 +149,9 @@ TEST_F(PrinterTest, IntegersMatchPrintf) {
 }
 
 TEST_F(PrinterTest, DoublesMatchPrintf) {
-  const double specials[] = {0.0, -0.0, INFINITY, -INFINITY, NAN, -NAN, DBL_MIN, DBL_MAX,
-                             DBL_TRUE_MIN, 0.5, 1.5, 2.5, 0.125, 1e22, 1e23, 9.5, 0.05};
+  const double specials[] = {0.0,     -0.0,    INFINITY,     -INFINITY, NAN, -NAN,
+                             DBL_MIN, DBL_MAX, DBL_TRUE_MIN, 0.5,       1.5, 2.5,
+                             0.125,   1e22,    1e23,         9.5,       0.05};
   for (int t = 0; t < 40000; ++t) {
     double v = t < static_cast<int>(std::size(specials)) ? specials[t] : random_double();
     int32 w = static_cast<int32>(rng() % 61) - 30;
@@ -190,12 +198,26 @@ TEST_F(PrinterTest, ShortestFormReadsBackAndIsShortest) {
 }
 
 TEST_F(PrinterTest, ReadingMatchesStrtod) {
-  const char* fixed[] = {"0", "-0", "1e-400", "1e400", "2.4703282292062327e-324",
-                         "2.4703282292062328e-324", "4.9406564584124654e-324",
-                         "1.7976931348623157e308", "1.7976931348623158e308",
-                         "1.7976931348623159e308", "9007199254740993", "0.1", ".5", "5.",
-                         "123456789012345678901234567890e-30", "Infinity", "-inf", "NaN",
-                         "2.2250738585072011e-308", "2.2250738585072012e-308"};
+  const char* fixed[] = {"0",
+                         "-0",
+                         "1e-400",
+                         "1e400",
+                         "2.4703282292062327e-324",
+                         "2.4703282292062328e-324",
+                         "4.9406564584124654e-324",
+                         "1.7976931348623157e308",
+                         "1.7976931348623158e308",
+                         "1.7976931348623159e308",
+                         "9007199254740993",
+                         "0.1",
+                         ".5",
+                         "5.",
+                         "123456789012345678901234567890e-30",
+                         "Infinity",
+                         "-inf",
+                         "NaN",
+                         "2.2250738585072011e-308",
+                         "2.2250738585072012e-308"};
   for (const char* s : fixed) {
     const char* end = nullptr;
     char* cend = nullptr;
@@ -216,11 +238,13 @@ TEST_F(PrinterTest, ReadingMatchesStrtod) {
     } else {
       // Random digits with a point and an exponent; now and then very many digits.
       int nd = t % 97 == 0 ? 700 + static_cast<int>(rng() % 300) : 1 + static_cast<int>(rng() % 30);
-      for (int i = 0; i < nd; ++i) s += static_cast<char>('0' + rng() % 10);
+      for (int i = 0; i < nd; ++i)
+        s += static_cast<char>('0' + rng() % 10);
       if (rng() % 2) s.insert(rng() % s.size(), ".");
       s += "e" + std::to_string(static_cast<int>(rng() % 700) - 360);
     }
-    if (!std::isfinite(std::strtod(s.c_str(), nullptr)) && s.find("nan") != std::string::npos) continue;
+    if (!std::isfinite(std::strtod(s.c_str(), nullptr)) && s.find("nan") != std::string::npos)
+      continue;
     const char* end = nullptr;
     double ours = dtoa_strtod(dtoa, s.c_str(), &end);
     double theirs = std::strtod(s.c_str(), nullptr);
@@ -232,7 +256,8 @@ TEST_F(PrinterTest, ReadingMatchesStrtod) {
 
 TEST_F(PrinterTest, LongOutputAndLineFlush) {
   std::string longtext(20000, 'x');
-  for (size_t i = 0; i < longtext.size(); i += 7) longtext[i] = static_cast<char>('a' + i % 26);
+  for (size_t i = 0; i < longtext.size(); i += 7)
+    longtext[i] = static_cast<char>('a' + i % 26);
   EXPECT_EQ(fmt("<%s>", longtext.c_str()), "<" + longtext + ">");
   EXPECT_EQ(fmt("%{w}s|", 300, longtext.c_str()), longtext + "|");
   EXPECT_EQ(fmt("%{w}i", 3000, 1), std::string(2999, ' ') + "1");

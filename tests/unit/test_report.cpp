@@ -56,7 +56,8 @@ protected:
     return {code, msg};
   }
   void clear_sinks() {
-    for (Sink& s : sinks) s = Sink{};
+    for (Sink& s : sinks)
+      s = Sink{};
   }
   TVAenv_t env = nullptr;
   TVAtask_t task = nullptr;
@@ -93,7 +94,8 @@ TEST_F(ReportTest, WidthJustifyPrecisionArgumentsOfBoundWarnings) {
 
 TEST_F(ReportTest, WarningLimitPrintsNoticeOnceThenSilence) {
   task->iparam[TVA_IPAR_MAX_NUM_WARNINGS] = 1;
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(TVA_REP(task, WRN_MPS_SPLIT_RHS_VECTOR, "rhs"), 0);
+  for (int i = 0; i < 3; ++i)
+    EXPECT_EQ(TVA_REP(task, WRN_MPS_SPLIT_RHS_VECTOR, "rhs"), 0);
   EXPECT_EQ(sinks[TVA_STREAM_WRN].text,
             "TELVA warning 70: The RHS vector 'rhs' is split into several nonadjacent parts.\n");
   EXPECT_EQ(sinks[TVA_STREAM_MSG].text, "Warning number 70 is disabled.\n");
@@ -105,15 +107,19 @@ TEST_F(ReportTest, WarningLimitPrintsNoticeOnceThenSilence) {
 
 TEST_F(ReportTest, WarningLimitZeroSilencesAndNegativeRemovesIt) {
   task->iparam[TVA_IPAR_MAX_NUM_WARNINGS] = 0;
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(TVA_REP(task, WRN_ZERO_AIJ, 4), 0);
-  for (const Sink& s : sinks) EXPECT_EQ(s.text, "");
+  for (int i = 0; i < 3; ++i)
+    EXPECT_EQ(TVA_REP(task, WRN_ZERO_AIJ, 4), 0);
+  for (const Sink& s : sinks)
+    EXPECT_EQ(s.text, "");
   task->iparam[TVA_IPAR_MAX_NUM_WARNINGS] = -1;
-  for (int i = 0; i < 30; ++i) EXPECT_EQ(TVA_REP(task, WRN_SOL_FILE_IGNORED_CON, i), 0);
+  for (int i = 0; i < 30; ++i)
+    EXPECT_EQ(TVA_REP(task, WRN_SOL_FILE_IGNORED_CON, i), 0);
   EXPECT_EQ(sinks[TVA_STREAM_WRN].calls, 30);
   // With the log off the notice isn't printed.
   task->iparam[TVA_IPAR_MAX_NUM_WARNINGS] = 2;
   task->iparam[TVA_IPAR_LOG] = 0;
-  for (int i = 0; i < 4; ++i) TVA_REP(task, WRN_SOL_FILE_IGNORED_VAR, i);
+  for (int i = 0; i < 4; ++i)
+    TVA_REP(task, WRN_SOL_FILE_IGNORED_VAR, i);
   EXPECT_EQ(sinks[TVA_STREAM_MSG].text, "");
 }
 
@@ -128,7 +134,8 @@ TEST_F(ReportTest, HandlerTurnsWarningIntoFailure) {
   auto [code, msg] = last();
   EXPECT_EQ(code, TVA_RES_WRN_ZERO_AIJ);
   EXPECT_EQ(msg, "3 zero element(s) in A are specified.");
-  for (const Sink& s : sinks) EXPECT_EQ(s.text, ""); // the handler replaces printing
+  for (const Sink& s : sinks)
+    EXPECT_EQ(s.text, ""); // the handler replaces printing
 
   h.answer = 0;
   EXPECT_EQ(TVA_REP(task, WRN_ZERO_AIJ, 5), TVA_RES_OK);
@@ -145,7 +152,8 @@ TEST_F(ReportTest, ErrorWithHandlerPrintsNothingAndKeepsItsCode) {
   }
   EXPECT_EQ(h.seen.size(), 3u);
   EXPECT_EQ(h.seen[0].second, "9 is an invalid stream.");
-  for (const Sink& s : sinks) EXPECT_EQ(s.text, "");
+  for (const Sink& s : sinks)
+    EXPECT_EQ(s.text, "");
 }
 
 TEST_F(ReportTest, WarningAfterErrorClearsLastError) {
@@ -158,7 +166,8 @@ TEST_F(ReportTest, WarningAfterErrorClearsLastError) {
 TEST_F(ReportTest, LongMessageIsCutSafely) {
   // Two-byte characters, so the 1024-byte cut falls inside one unless it backs off.
   std::string name;
-  for (int i = 0; i < 1500; ++i) name += "\xc3\xa9";
+  for (int i = 0; i < 1500; ++i)
+    name += "\xc3\xa9";
   EXPECT_EQ(TVA_REP(task, ERR_FILE_OPEN, name.c_str()), TVA_RES_ERR_FILE_OPEN);
   const std::string full = "An error occurred while opening file '" + name + "'.";
   EXPECT_EQ(sinks[TVA_STREAM_ERR].text, "TELVA error 1052: " + full + "\n"); // whole on streams
@@ -179,8 +188,8 @@ TEST_F(ReportTest, LongMessageIsCutSafely) {
 
 TEST(ResponseCodes, ClassesAndDescriptions) {
   const std::pair<TVArescode, TVAint32t> classes[] = {
-      {0, TVA_RESPONSE_OK},       {1, TVA_RESPONSE_WRN},      {999, TVA_RESPONSE_WRN},
-      {1000, TVA_RESPONSE_ERR},   {9999, TVA_RESPONSE_ERR},   {10006, TVA_RESPONSE_TRM},
+      {0, TVA_RESPONSE_OK},     {1, TVA_RESPONSE_WRN},    {999, TVA_RESPONSE_WRN},
+      {1000, TVA_RESPONSE_ERR}, {9999, TVA_RESPONSE_ERR}, {10006, TVA_RESPONSE_TRM},
       {10000, TVA_RESPONSE_TRM}};
   for (auto [code, cls] : classes) {
     TVAint32t c = -1;
@@ -213,10 +222,10 @@ TEST(ResponseCodes, TableIsComplete) {
     EXPECT_FALSE(d.empty()) << r.name;
     EXPECT_EQ(d.find('%'), std::string::npos) << r.name;
     EXPECT_TRUE(!d.empty() && d.back() == '.') << r.name;
-    std::string expected_prefix = r.code == 0             ? "OK"
-                                  : r.code < 1000         ? "WRN_"
-                                  : r.code < 10000        ? "ERR_"
-                                                          : "TRM_";
+    std::string expected_prefix = r.code == 0      ? "OK"
+                                  : r.code < 1000  ? "WRN_"
+                                  : r.code < 10000 ? "ERR_"
+                                                   : "TRM_";
     EXPECT_EQ(std::string(r.name).rfind(expected_prefix, 0), 0u) << r.name;
   }
   EXPECT_EQ(kNumRescodes, 419);
@@ -232,7 +241,7 @@ TEST(ResponseCodes, ArgumentTypesOfConversions) {
   static_assert(accepts<unsigned, ArgKind::I64>() && !accepts<uint64_t, ArgKind::I64>());
   static_assert(accepts<double, ArgKind::Dbl>() && !accepts<int, ArgKind::Dbl>());
   static_assert(!accepts<long double, ArgKind::Dbl>());
-  static_assert(accepts<const char (&)[4], ArgKind::Str>() && accepts<char*, ArgKind::Str>());
+  static_assert(accepts<const char(&)[4], ArgKind::Str>() && accepts<char*, ArgKind::Str>());
   static_assert(!accepts<int, ArgKind::Str>() && !accepts<std::string, ArgKind::Str>());
   static_assert(accepts<const char16_t*, ArgKind::WStr>() && accepts<int*, ArgKind::Ptr>());
   constexpr TemplateSig sig = parse_template("%{wjp}e %s '%s' (%i) %l %I64d %I64u %I %ws %p %%");
