@@ -104,7 +104,7 @@ template <ArgKind K, class A> auto pass(A&& a) {
 }
 
 constexpr bool has_reporter(TVArescode code) {
-  return rescode_find(code) != nullptr && code != TVA_RES_OK && code < 10000 &&
+  return rescode_index(code) >= 0 && code != TVA_RES_OK && code < 10000 &&
          code != TVA_RES_ERR_NULL_ENV && code != TVA_RES_ERR_NULL_TASK &&
          code != TVA_RES_ERR_INVALID_TASK && !(code >= 7000 && code <= 7019);
 }

@@ -22,19 +22,26 @@ inline constexpr RescodeInfo kRescodes[] = {
 
 inline constexpr int32 kNumRescodes = static_cast<int32>(sizeof kRescodes / sizeof *kRescodes);
 
+// The row index of a code, or -1. (Compile-time code works with indices, not pointers:
+// pointer comparisons are not constant expressions under the sanitizers.)
+constexpr int32 rescode_index(TVArescode code) {
+  for (int32 i = 0; i < kNumRescodes; ++i)
+    if (kRescodes[i].code == code) return i;
+  return -1;
+}
+
 // The row of a code, or null.
-constexpr const RescodeInfo* rescode_find(TVArescode code) {
-  for (const RescodeInfo& r : kRescodes)
-    if (r.code == code) return &r;
-  return nullptr;
+inline const RescodeInfo* rescode_find(TVArescode code) {
+  int32 i = rescode_index(code);
+  return i < 0 ? nullptr : &kRescodes[i];
 }
 
 // The text a report of the code formats: its template, or its description when the template
 // is empty.
 constexpr const char* rescode_report_text(TVArescode code) {
-  const RescodeInfo* r = rescode_find(code);
-  if (!r) return "";
-  return r->templ[0] ? r->templ : r->description;
+  int32 i = rescode_index(code);
+  if (i < 0) return "";
+  return kRescodes[i].templ[0] ? kRescodes[i].templ : kRescodes[i].description;
 }
 
 // Copies the message template of a code into buf (1024 bytes): "No message for this code."
