@@ -44,10 +44,19 @@ int32 emit(printer* pr, const char* text, size_t n) {
 }
 
 int32 emit_fill(printer* pr, uint16_t fill, int64 count) {
+  if (count <= 0) return 0;
   char enc[4];
   int32 len = utf8_encode(fill, enc);
-  for (int64 i = 0; i < count; ++i)
-    if (stream_write(pr->s, enc, static_cast<size_t>(len)) != 0) return -1;
+  // A run of fill characters goes out in blocks rather than one at a time.
+  char block[96];
+  int32 per_block = static_cast<int32>(sizeof block) / len;
+  for (int32 i = 0; i < per_block; ++i)
+    std::memcpy(block + i * len, enc, static_cast<size_t>(len));
+  while (count > 0) {
+    int64 n = count < per_block ? count : per_block;
+    if (stream_write(pr->s, block, static_cast<size_t>(n * len)) != 0) return -1;
+    count -= n;
+  }
   return 0;
 }
 
