@@ -3,6 +3,7 @@
 
 #include "misc/utf8bld.h"
 #include "telva/fatal.h"
+#include "telva/report.h"
 
 #include <cstdio>
 #include <cstring>
@@ -162,8 +163,8 @@ TVAAPI TVArescode TVA_resizetask(TVAtask_t task, TVAint32t maxnumcon, TVAint32t 
 TVAAPI TVArescode TVA_clonetask(TVAtask_t task, TVAtask_t* pclone) {
   TVArescode r = task_check(task);
   if (r != TVA_RES_OK) return r;
-  if (!pclone) return TVA_RES_ERR_NULL_POINTER;
-  if (*pclone == task) return TVA_RES_ERR_IDENTICAL_TASKS;
+  if (!pclone) return TVA_REP(task, ERR_NULL_POINTER, "clonedtask");
+  if (*pclone == task) return TVA_REP(task, ERR_IDENTICAL_TASKS);
   TVAtask_t clone = nullptr;
   r = TVA_maketask(task->env, task->maxnumcon, task->maxnumvar, &clone);
   if (r != TVA_RES_OK) return r;

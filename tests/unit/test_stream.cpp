@@ -14,6 +14,7 @@
 #include "misc/utf8bld.h"
 #include "telva/env.h"
 #include "telva/task.h"
+#include "telva/taskprint.h"
 
 using namespace telva;
 
@@ -326,6 +327,19 @@ TEST_F(TaskStreamTest, EnvironmentStreams) {
   ASSERT_EQ(TVA_linkfiletoenvstream(env, TVA_STREAM_WRN, nullptr, 0), TVA_RES_OK);
   EXPECT_NE(read_file(path).find("careful\n\nFile closed: "), std::string::npos);
   std::remove(path.c_str());
+}
+
+TEST_F(TaskStreamTest, InnerPrintingAndLogLevels) {
+  Catcher msg;
+  ASSERT_EQ(TVA_linkfunctotaskstream(task, TVA_STREAM_MSG, &msg, Catcher::take), TVA_RES_OK);
+  task->iparam[TVA_IPAR_LOG_SIM] = 2;
+  EXPECT_TRUE(task_log_on(task, TVA_IPAR_LOG_SIM, 2));
+  EXPECT_FALSE(task_log_on(task, TVA_IPAR_LOG_SIM, 3));
+  task_printf(task, TVA_STREAM_MSG, "%-6s|%5.2f\n", "iter", 3.14159);
+  task_format(task, TVA_STREAM_MSG, "%{wj}s|%{p}e\n", 6, 0, "iter", 2, 3.14159);
+  EXPECT_EQ(msg.all(), "iter  | 3.14\niter  |3.14e+00\n");
+  task->iparam[TVA_IPAR_LOG] = 0;
+  EXPECT_FALSE(task_log_on(task, TVA_IPAR_LOG_SIM, 1));
 }
 
 TEST(CharacterConversion, RoundTripAndLimits) {
