@@ -1471,7 +1471,57 @@ TVAAPI TVArescode TVA_getmemusagetask(TVAtask_t task, TVAint64t* meminuse,
 
 /* ---- Streams and message formatting ------------------------------------------ */
 
+/* Receives the text written on a linked stream, in pieces of at most 512 bytes that never
+   split a UTF-8 sequence. */
+typedef void (*TVAstreamfunc)(void* handle, const char* str);
+/* A 16-bit character (UTF-16 code unit). */
+typedef uint16_t TVAwchart;
+
+/* whichstream is one of TVA_STREAM_LOG, _MSG, _ERR, _WRN; another value gives
+   TVA_RES_ERR_INVALID_STREAM. Text on the message, error and warning streams also goes to
+   the log stream. A file name ending in ".gz" is written compressed. */
+TVAAPI TVArescode TVA_linkfiletotaskstream(TVAtask_t task, TVAint32t whichstream,
+                                           const char* filename, TVAint32t append);
+TVAAPI TVArescode TVA_linkfunctotaskstream(TVAtask_t task, TVAint32t whichstream, void* handle,
+                                           TVAstreamfunc func);
+TVAAPI TVArescode TVA_unlinkfuncfromtaskstream(TVAtask_t task, TVAint32t whichstream);
+/* Formats with the C library's rules (at most 4047 bytes) and prints on the stream. */
+TVAAPI TVArescode TVA_echotask(TVAtask_t task, TVAint32t whichstream, const char* format, ...);
+TVAAPI TVArescode TVA_linkfiletoenvstream(TVAenv_t env, TVAint32t whichstream,
+                                          const char* filename, TVAint32t append);
+TVAAPI TVArescode TVA_linkfunctoenvstream(TVAenv_t env, TVAint32t whichstream, void* handle,
+                                          TVAstreamfunc func);
+TVAAPI TVArescode TVA_unlinkfuncfromenvstream(TVAenv_t env, TVAint32t whichstream);
+TVAAPI TVArescode TVA_echoenv(TVAenv_t env, TVAint32t whichstream, const char* format, ...);
+
+/* UTF-8 to 16-bit characters and back. output holds outputlen units (the last one is kept for
+   the terminator) and may be null to count only; len gets the units written, conv the input
+   units converted or the position of a bad sequence (TVA_RES_ERR_INVALID_UTF8,
+   TVA_RES_ERR_INVALID_WCHAR). */
+TVAAPI TVArescode TVA_utf8towchar(size_t outputlen, size_t* len, size_t* conv,
+                                  TVAwchart* output, const char* input);
+TVAAPI TVArescode TVA_wchartoutf8(size_t outputlen, size_t* len, size_t* conv, char* output,
+                                  const TVAwchart* input);
+
 /* ---- Response codes and the last response ------------------------------------ */
+
+/* Called with each reported code and its message in place of printing it. For a warning, a
+   non-zero answer makes the reporting call fail with the warning's code. */
+typedef TVAint32t (*TVAresponsefunc)(void* handle, TVArescode r, const char* msg);
+
+TVAAPI TVArescode TVA_putresponsefunc(TVAtask_t task, TVAresponsefunc responsefunc,
+                                      void* handle);
+/* The last response of the task: its code, the message length plus 1, and at most maxlen
+   bytes of the message (terminator included). Each pointer may be null. */
+TVAAPI TVArescode TVA_getlasterror(TVAtask_t task, TVArescode* lastrescode, TVAint32t maxlen,
+                                   TVAint32t* lastmsglen, char* lastmsg);
+TVAAPI TVArescode TVA_getlasterror64(TVAtask_t task, TVArescode* lastrescode, TVAint64t maxlen,
+                                     TVAint64t* lastmsglen, char* lastmsg);
+/* The symbolic name and the description of a code; each buffer holds 1024 bytes and may be
+   null. */
+TVAAPI TVArescode TVA_getcodedesc(TVArescode code, char* symname, char* str);
+/* TVA_RESPONSE_OK, _WRN, _ERR or _TRM by the range of the code. */
+TVAAPI TVArescode TVA_getresponseclass(TVArescode r, TVAint32t* rc);
 
 /* ---- Parameters, information items and symbolic constants -------------------- */
 

@@ -7,6 +7,7 @@
 #include <new>
 #include <string>
 
+#include "telva/fatal.h"
 #include "telva/task.h"
 
 using namespace telva;
@@ -44,14 +45,7 @@ namespace {
 
 // A fatal error inside the environment's system layer ends in the environment's exit road.
 void env_fatal(void* handle, const char* file, int line, const char* msg) {
-  TvaEnv* env = static_cast<TvaEnv*>(handle);
-  streamblock_printf(&env->streams, TVA_STREAM_ERR,
-                     "TELVA fatal error stopenv.\nVersion : %d.%d.%d.%d\nPlatform: %s\n"
-                     "File    : %s\nLine    : %d\nMsg.    : %s\n",
-                     TVA_VERSION_MAJOR, TVA_VERSION_MINOR, TVA_VERSION_BUILD, TVA_VERSION_REVISION,
-                     sysenv_platform_text(env->sys), file ? file : "(NULL)", line, msg);
-  streamblock_flush_all(&env->streams);
-  if (env->exit_func) env->exit_func(env->exit_handle, file, line, msg);
+  stopenv(static_cast<TvaEnv*>(handle), file, line, "%s", msg);
 }
 
 TVArescode make_env(TVAenv_t* penv, const MemHooks& hooks, const char* dbgfile) {

@@ -2,6 +2,10 @@
 #include "telva/task.h"
 #include "telva/telvabuf.h"
 
+#include "misc/utf8bld.h"
+#include "telva/fatal.h"
+#include "telva/report.h"
+
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -15,19 +19,9 @@ namespace {
 
 constexpr int32 kLastMsgCap = 1025;
 
-// A fatal error inside the task's system layer: report on the task's error stream, then
-// hand over to the environment's road.
+// A fatal error inside the task's system layer takes the stoptask road.
 void task_fatal(void* handle, const char* file, int line, const char* msg) {
-  TvaTask* task = static_cast<TvaTask*>(handle);
-  streamblock_printf(&task->streams, TVA_STREAM_ERR,
-                     "\n\nTELVA fatal error (stoptask)\nVersion : %d.%d.%d.%d\nPlatform: %s\n"
-                     "File    : %s\nLine    : %d\nMsg.    : %s\n",
-                     TVA_VERSION_MAJOR, TVA_VERSION_MINOR, TVA_VERSION_BUILD, TVA_VERSION_REVISION,
-                     sysenv_platform_text(task->sys), file ? file : "(NULL)", line, msg);
-  streamblock_flush_all(&task->streams);
-  streamblock_unlink_files(&task->streams);
-  if (task->env && task->env->sys && task->env->sys->exit_func)
-    task->env->sys->exit_func(task->env->sys->exit_handle, file, line, msg);
+  stoptask(static_cast<TvaTask*>(handle), file, line, "%s", msg);
 }
 
 // Frees everything the task's store holds and leaves an empty problem.
@@ -90,7 +84,11 @@ TVAAPI TVArescode TVA_maketask(TVAenv_t env, TVAint32t maxnumcon, TVAint32t maxn
   task->sys = sys;
   *ptask = task;
 
-  TVArescode r = streamblock_init(&task->streams, sys, kBanner);
+  TVArescode r = TVA_RES_OK;
+  task->dtoa = dtoaenv_make(sys);
+  if (task->dtoa) task->msgbuilder = utf8bld_make(sys, task->dtoa);
+  if (!task->dtoa || !task->msgbuilder) r = TVA_RES_ERR_SPACE;
+  if (r == TVA_RES_OK) r = streamblock_init(&task->streams, sys, kBanner);
   if (r == TVA_RES_OK) {
     task->bufenv = bufenv_create(sys, 16, 0);
     task->bufenv_clear = bufenv_create(sys, 16, 1);
@@ -133,11 +131,13 @@ TVAAPI TVArescode TVA_deletetask(TVAtask_t* ptask) {
     TVA_SYS_FREE(sys, s);
     s = nullptr;
   }
+  utf8bld_delete(&task->msgbuilder);
   streamblock_teardown(&task->streams);
   syspool_delete(&task->pool);
   telvabuf_delete(task);
   bufenv_delete(&task->bufenv);
   bufenv_delete(&task->bufenv_clear);
+  dtoaenv_delete(&task->dtoa);
   TVA_SYS_FREE(sys, task->lastmsg);
 
   // Zero the first two words so that a stale handle is refused. The stores go through a
@@ -179,8 +179,8 @@ TVAAPI TVArescode TVA_resizetask(TVAtask_t task, TVAint32t maxnumcon, TVAint32t 
 TVAAPI TVArescode TVA_clonetask(TVAtask_t task, TVAtask_t* pclone) {
   TVArescode r = task_check(task);
   if (r != TVA_RES_OK) return r;
-  if (!pclone) return TVA_RES_ERR_NULL_POINTER;
-  if (*pclone == task) return TVA_RES_ERR_IDENTICAL_TASKS;
+  if (!pclone) return TVA_REP(task, ERR_NULL_POINTER, "clonedtask");
+  if (*pclone == task) return TVA_REP(task, ERR_IDENTICAL_TASKS);
   TVAtask_t clone = nullptr;
   r = TVA_maketask(task->env, task->maxnumcon, task->maxnumvar, &clone);
   if (r != TVA_RES_OK) return r;

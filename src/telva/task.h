@@ -14,6 +14,7 @@ namespace telva {
 struct TvaThreadPool;
 struct telvabuf;
 } // namespace telva
+struct utf8bld;
 
 typedef int32_t (*TVAresponsefuncint)(void* handle, TVArescode code, const char* msg);
 
@@ -25,6 +26,7 @@ struct TvaTask {
   telva::bufenv* bufenv = nullptr;       // per-worker scratch, blocks (16, 0)
   telva::bufenv* bufenv_clear = nullptr; // per-worker scratch, zeroed blocks (16, 1)
   telva::telvabuf* buflists = nullptr;   // scratch lists of temporary arrays
+  telva::dtoaenv* dtoa = nullptr;        // the task's double-to-text context
   telva::int32 taskid = 0;
   char* taskname = nullptr;
 
@@ -52,6 +54,7 @@ struct TvaTask {
   void* cb_func = nullptr;
   void* resp_handle = nullptr;
   TVAresponsefuncint resp_func = nullptr;
+  telva::utf8bld* msgbuilder = nullptr; // response messages are built here
 
   telva::StreamBlock streams;
 
