@@ -13,8 +13,8 @@
 namespace telva {
 struct TvaThreadPool;
 struct telvabuf;
-} // namespace telva
 struct utf8bld;
+} // namespace telva
 
 typedef int32_t (*TVAresponsefuncint)(void* handle, TVArescode code, const char* msg);
 
