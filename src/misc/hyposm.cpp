@@ -100,27 +100,38 @@ const hyposm_cell* hyposm_getcell(const hyposm* h, int32 i, int32 j) {
   return it == h->cells.end() ? nullptr : &it->second;
 }
 
-bool hyposm_renumber(hyposm* h, bool rows, const int32* newidx, int32 newcount) {
+bool hyposm_stage_renumber(hyposm* h, bool rows, const int32* newidx) {
+  h->staged.clear();
+  h->staged_entries = 0;
   try {
-    hyposm::CellMap fresh(h->cells.get_allocator());
-    int64 entries = 0;
     for (const auto& [key, cell] : h->cells) {
       int32 i = key.first, j = key.second;
       int32& which = rows ? i : j;
       which = newidx[which];
       if (which < 0) continue;
-      fresh.emplace(hyposm::Key{i, j}, cell);
-      entries += cell.num;
+      h->staged.emplace_hint(h->staged.end(), hyposm::Key{i, j}, cell);
+      h->staged_entries += cell.num;
     }
-    h->cells.swap(fresh);
-    h->numentries = entries;
   } catch (const std::bad_alloc&) {
+    h->staged.clear();
     return false;
   }
+  return true;
+}
+
+void hyposm_commit_renumber(hyposm* h, bool rows, int32 newcount) {
+  h->cells.swap(h->staged);
+  h->staged.clear();
+  h->numentries = h->staged_entries;
   if (rows)
     h->nrow = newcount;
   else
     h->ncol = newcount;
+}
+
+bool hyposm_renumber(hyposm* h, bool rows, const int32* newidx, int32 newcount) {
+  if (!hyposm_stage_renumber(h, rows, newidx)) return false;
+  hyposm_commit_renumber(h, rows, newcount);
   return true;
 }
 

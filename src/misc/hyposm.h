@@ -24,8 +24,12 @@ struct hyposm {
   int32 nrow = 0, ncol = 0;
   int64 numentries = 0; // sum of the cells' list lengths
   CellMap cells;        // non-empty cells in (row, column) order
+  CellMap staged;       // a renumbered copy waiting to be installed
+  int64 staged_entries = 0;
   bsto blocks;
-  explicit hyposm(sysenv* s) : sys(s), cells(SysAllocator<std::pair<const Key, hyposm_cell>>(s)) {}
+  explicit hyposm(sysenv* s)
+      : sys(s), cells(SysAllocator<std::pair<const Key, hyposm_cell>>(s)),
+        staged(SysAllocator<std::pair<const Key, hyposm_cell>>(s)) {}
 };
 
 // All return false when out of memory, with the grid as it was.
@@ -46,5 +50,9 @@ inline int64 hyposm_numentries(const hyposm* h) {
 }
 // Renumbers rows (or columns) by newidx (old to new, -1 for removed) and sets the new count.
 bool hyposm_renumber(hyposm* h, bool rows, const int32* newidx, int32 newcount);
+// The same in two steps, so that several grids can be renumbered all or none: the stage step
+// can fail (and changes nothing), the commit step can't.
+bool hyposm_stage_renumber(hyposm* h, bool rows, const int32* newidx);
+void hyposm_commit_renumber(hyposm* h, bool rows, int32 newcount);
 
 } // namespace telva

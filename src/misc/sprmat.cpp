@@ -142,40 +142,47 @@ int sprmat_renumber(sprmat* a, bool rows, const int32* newidx, int32 newcount) {
   return kSprmatOk;
 }
 
+int sprmat_reservepend(sprmat* a, int64 extra) {
+  if (a->npend + extra <= a->maxpend) return kSprmatOk;
+  int64 m = std::max<int64>(std::max<int64>(2 * a->maxpend, 1024), a->npend + extra);
+  int32* ni = sysarr_alloc<int32>(a->sys, m);
+  int32* nj = sysarr_alloc<int32>(a->sys, m);
+  double* nv = sysarr_alloc<double>(a->sys, m);
+  if (!ni || !nj || !nv) {
+    sysarr_free(a->sys, &ni);
+    sysarr_free(a->sys, &nj);
+    sysarr_free(a->sys, &nv);
+    return kSprmatSpace;
+  }
+  if (a->npend > 0) {
+    std::memcpy(ni, a->pendi, a->npend * sizeof(int32));
+    std::memcpy(nj, a->pendj, a->npend * sizeof(int32));
+    std::memcpy(nv, a->pendv, a->npend * sizeof(double));
+  }
+  sysarr_free(a->sys, &a->pendi);
+  sysarr_free(a->sys, &a->pendj);
+  sysarr_free(a->sys, &a->pendv);
+  a->pendi = ni;
+  a->pendj = nj;
+  a->pendv = nv;
+  a->maxpend = m;
+  return kSprmatOk;
+}
+
 int sprmat_putelem(sprmat* a, int32 i, int32 j, double v) {
   assert_unlocked(a);
-  if (a->npend == a->maxpend) {
-    int64 m = std::max<int64>(2 * a->maxpend, 1024);
-    int32* ni = a->pendi;
-    int32* nj = a->pendj;
-    double* nv = a->pendv;
-    ni = sysarr_alloc<int32>(a->sys, m);
-    nj = sysarr_alloc<int32>(a->sys, m);
-    nv = sysarr_alloc<double>(a->sys, m);
-    if (!ni || !nj || !nv) {
-      sysarr_free(a->sys, &ni);
-      sysarr_free(a->sys, &nj);
-      sysarr_free(a->sys, &nv);
-      return kSprmatSpace;
-    }
-    if (a->npend > 0) {
-      std::memcpy(ni, a->pendi, a->npend * sizeof(int32));
-      std::memcpy(nj, a->pendj, a->npend * sizeof(int32));
-      std::memcpy(nv, a->pendv, a->npend * sizeof(double));
-    }
-    sysarr_free(a->sys, &a->pendi);
-    sysarr_free(a->sys, &a->pendj);
-    sysarr_free(a->sys, &a->pendv);
-    a->pendi = ni;
-    a->pendj = nj;
-    a->pendv = nv;
-    a->maxpend = m;
-  }
+  if (a->npend == a->maxpend && sprmat_reservepend(a, 1) != kSprmatOk) return kSprmatSpace;
   a->pendi[a->npend] = i;
   a->pendj[a->npend] = j;
   a->pendv[a->npend] = v;
   a->npend++;
   return kSprmatOk;
+}
+
+int sprmat_preparereplace(sprmat* a, bool bycol, int64 total) {
+  int r = sprmat_orient(a, bycol);
+  if (r != kSprmatOk) return r;
+  return spmat_makeroom(a->dim, total) == kSpmatOk ? kSprmatOk : kSprmatSpace;
 }
 
 int sprmat_flush(sprmat* a) {

@@ -53,6 +53,11 @@ int sprmat_renumber(sprmat* a, bool rows, const int32* newidx, int32 newcount);
 
 // One element to the pending list; 0.0 removes the element.
 int sprmat_putelem(sprmat* a, int32 i, int32 j, double v);
+// Makes room for extra more pending elements, so that the next puts can't fail.
+int sprmat_reservepend(sprmat* a, int64 extra);
+// Puts a in the given orientation and makes room for replacements of total elements, so that
+// the next sprmat_replacevec calls of that size can't fail.
+int sprmat_preparereplace(sprmat* a, bool bycol, int64 total);
 // Merges the pending list into the main storage.
 int sprmat_flush(sprmat* a);
 // Puts a in the given orientation (flushing first).

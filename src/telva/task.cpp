@@ -27,9 +27,9 @@ void task_fatal(void* handle, const char* file, int line, const char* msg) {
     task->env->sys->exit_func(task->env->sys->exit_handle, file, line, msg);
 }
 
-// Frees everything the task's store holds and leaves an empty problem.
+// Frees everything the task's store holds and leaves an empty problem with no capacity.
 void clear_problem(TvaTask* task) {
-  task->numcon = task->numvar = task->numcone = task->numbarvar = 0;
+  store_clear(task);
 }
 
 TVArescode copy_default_params(TvaTask* task) {
@@ -64,7 +64,8 @@ TVAAPI TVArescode TVA_maketask(TVAenv_t env, TVAint32t maxnumcon, TVAint32t maxn
   }
 
   std::string trace;
-  if (env->dbgfile && *env->dbgfile) trace = std::string(env->dbgfile) + "." + std::to_string(taskid) + ".task.txt";
+  if (env->dbgfile && *env->dbgfile)
+    trace = std::string(env->dbgfile) + "." + std::to_string(taskid) + ".task.txt";
   sysenv* sys = nullptr;
   int st = sysenv_create(&sys, 0, memman_hooks(env->sys->mm),
                          trace.empty() ? nullptr : trace.c_str(), "TELVA memory task debugging.");
@@ -84,6 +85,7 @@ TVAAPI TVArescode TVA_maketask(TVAenv_t env, TVAint32t maxnumcon, TVAint32t maxn
   task->taskid = taskid;
   task->env = env;
   task->sys = sys;
+  store_init(task);
   *ptask = task;
 
   TVArescode r = streamblock_init(&task->streams, sys, kBanner);
@@ -147,17 +149,16 @@ TVAAPI TVArescode TVA_deletetask(TVAtask_t* ptask) {
 }
 
 TVAAPI TVArescode TVA_resizetask(TVAtask_t task, TVAint32t maxnumcon, TVAint32t maxnumvar,
-                                 TVAint32t maxnumcone, TVAint64t maxnumanz,
-                                 TVAint64t maxnumqnz) {
+                                 TVAint32t maxnumcone, TVAint64t maxnumanz, TVAint64t maxnumqnz) {
   TVArescode r = task_check(task);
   if (r != TVA_RES_OK) return r;
   clear_problem(task);
-  task->maxnumcon = maxnumcon > 0 ? maxnumcon : 0;
-  task->maxnumvar = maxnumvar > 0 ? maxnumvar : 0;
-  task->maxnumcone = maxnumcone > 0 ? maxnumcone : 0;
-  task->maxnumanz = maxnumanz > 0 ? maxnumanz : 0;
-  task->maxnumqnz = maxnumqnz > 0 ? maxnumqnz : 0;
-  return TVA_RES_OK;
+  r = store_putmaxnumcon(task, maxnumcon > 0 ? maxnumcon : 0);
+  if (r == TVA_RES_OK) r = store_putmaxnumvar(task, maxnumvar > 0 ? maxnumvar : 0);
+  if (r == TVA_RES_OK) r = store_putmaxnumcone(task, maxnumcone > 0 ? maxnumcone : 0);
+  if (r == TVA_RES_OK) r = store_putmaxnumanz(task, maxnumanz > 0 ? maxnumanz : 0);
+  if (r == TVA_RES_OK) r = store_putmaxnumqnz(task, maxnumqnz > 0 ? maxnumqnz : 0);
+  return r;
 }
 
 TVAAPI TVArescode TVA_clonetask(TVAtask_t task, TVAtask_t* pclone) {
@@ -168,9 +169,9 @@ TVAAPI TVArescode TVA_clonetask(TVAtask_t task, TVAtask_t* pclone) {
   TVAtask_t clone = nullptr;
   r = TVA_maketask(task->env, task->maxnumcon, task->maxnumvar, &clone);
   if (r != TVA_RES_OK) return r;
-  clone->maxnumanz = task->maxnumanz;
-  clone->maxnumcone = task->maxnumcone;
-  clone->maxnumqnz = task->maxnumqnz;
+  r = store_putmaxnumanz(clone, task->maxnumanz);
+  if (r == TVA_RES_OK) r = store_putmaxnumcone(clone, task->maxnumcone);
+  if (r == TVA_RES_OK) r = store_putmaxnumqnz(clone, task->maxnumqnz);
   std::memcpy(clone->iparam, task->iparam, sizeof clone->iparam);
   std::memcpy(clone->dparam, task->dparam, sizeof clone->dparam);
   for (int32 i = 0; i < kNumSpar && r == TVA_RES_OK; ++i) {

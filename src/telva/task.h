@@ -5,13 +5,14 @@
 #include "cpub/sysenv.h"
 #include "telva/catalogue.h"
 #include "telva/env.h"
+#include "telva/store.h"
 #include "telva/streamblock.h"
 
 typedef int32_t (*TVAresponsefuncint)(void* handle, TVArescode code, const char* msg);
 
 struct TvaTask {
-  TvaEnv* env = nullptr;         // zeroed at deletion: what makes a stale handle detectable
-  telva::sysenv* sys = nullptr;  // all memory of the task goes through this
+  TvaEnv* env = nullptr;        // zeroed at deletion: what makes a stale handle detectable
+  telva::sysenv* sys = nullptr; // all memory of the task goes through this
   telva::int32 taskid = 0;
   char* taskname = nullptr;
 
@@ -19,6 +20,7 @@ struct TvaTask {
   telva::int32 numcon = 0, numvar = 0, numcone = 0, numbarvar = 0;
   telva::int32 maxnumcon = 0, maxnumvar = 0, maxnumcone = 0, maxnumbarvar = 0;
   telva::int64 maxnumanz = 0, maxnumqnz = 0;
+  telva::ProblemStore store; // everything else of the problem
 
   telva::int32 iparam[telva::kNumIpar] = {0};
   double dparam[telva::kNumDpar] = {0};
