@@ -159,7 +159,9 @@ inline void check_invariants(TvaTask* task) {
   }
   ASSERT_EQ(nint, s.numintvar);
   for (int32 i = 0; i < task->numcon; ++i)
-    if (s.bkc[i] == TVA_BK_FX) ASSERT_EQ(s.blc[i], s.buc[i]);
+    if (s.bkc[i] == TVA_BK_FX) {
+      ASSERT_EQ(s.blc[i], s.buc[i]);
+    }
   // Q intervals are disjoint and lie before the free tail.
   std::vector<std::pair<int64, int64>> iv;
   int64 f, l;
@@ -169,7 +171,9 @@ inline void check_invariants(TvaTask* task) {
   }
   std::sort(iv.begin(), iv.end());
   for (size_t t = 0; t < iv.size(); ++t) {
-    if (t > 0) ASSERT_LE(iv[t - 1].second, iv[t].first);
+    if (t > 0) {
+      ASSERT_LE(iv[t - 1].second, iv[t].first);
+    }
     ASSERT_LE(iv[t].second, task->maxnumqnz - s.qsurplus);
   }
 }

@@ -32,7 +32,9 @@ protected:
     ASSERT_EQ(TVA_appendvars(task, 5), TVA_RES_OK);
     for (int32 i = 0; i < 3; ++i)
       for (int32 j = 0; j < 5; ++j)
-        if ((i + j) % 2 == 0) ASSERT_EQ(TVA_putaij(task, i, j, 1.0 + i + 10 * j), TVA_RES_OK);
+        if ((i + j) % 2 == 0) {
+          ASSERT_EQ(TVA_putaij(task, i, j, 1.0 + i + 10 * j), TVA_RES_OK);
+        }
     ASSERT_EQ(store_putbound(task, TVA_ACC_CON, 1, TVA_BK_RA, -1.0, 2.0), TVA_RES_OK);
     ASSERT_EQ(store_putbound(task, TVA_ACC_VAR, 2, TVA_BK_LO, 0.5, 0.0), TVA_RES_OK);
     ASSERT_EQ(store_putcj(task, 3, 4.5), TVA_RES_OK);
