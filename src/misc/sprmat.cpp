@@ -298,19 +298,11 @@ int sprmat_getvec(sprmat* a, bool bycol, int32 k, int32* nz, const int32** sub,
 }
 
 int sprmat_getvecnz(sprmat* a, bool bycol, int32 k, int32* nz) {
-  int r = sprmat_flush(a);
-  if (r != kSprmatOk) return r;
-  if (a->bycol == bycol) {
-    *nz = static_cast<int32>(spmat_getvecnz(a->dim, k));
-    return kSprmatOk;
-  }
-  // Counting across vectors is cheaper than a flip for a single count.
-  int32 c = 0;
-  for (int32 v = 0; v < a->dim->nvec; ++v)
-    for (int64 p = a->dim->ptrb[v]; p < a->dim->ptre[v]; ++p)
-      c += a->dim->sub[p] == k;
-  *nz = c;
-  return kSprmatOk;
+  // A flip costs one pass over the elements; counting across vectors would cost that much for
+  // every single count, and callers ask for the counts of many vectors in a row.
+  int r = sprmat_orient(a, bycol);
+  if (r == kSprmatOk) *nz = static_cast<int32>(spmat_getvecnz(a->dim, k));
+  return r;
 }
 
 int sprmat_getaij(sprmat* a, int32 i, int32 j, double* v) {

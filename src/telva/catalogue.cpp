@@ -31,7 +31,8 @@ void catalogue_fill(ParamCatalogue* cat) {
   cat->dpar_max[IDX] = MAX;
 #include "telva/tables/dparams.def"
 #undef TVA_DPAR
-#define TVA_SPAR(NAME, IDX, DEF) std::snprintf(cat->spar_names[IDX], kParNameSlot, "TVA_SPAR_" #NAME);
+#define TVA_SPAR(NAME, IDX, DEF)                                                                   \
+  std::snprintf(cat->spar_names[IDX], kParNameSlot, "TVA_SPAR_" #NAME);
 #include "telva/tables/sparams.def"
 #undef TVA_SPAR
 }

@@ -17,15 +17,24 @@ const char* const kBanner = "TELVA version 8.0.0.81";
 
 TVArescode sysstatus_to_rescode(int status) {
   switch (status) {
-  case kSysOk: return TVA_RES_OK;
-  case kSysSpace: return TVA_RES_ERR_SPACE;
-  case kSysFileOpen: return TVA_RES_ERR_FILE_OPEN;
-  case kSysFileRead: return TVA_RES_ERR_FILE_READ;
-  case kSysEndOfFile: return TVA_RES_ERR_END_OF_FILE;
-  case kSysFileWrite: return TVA_RES_ERR_FILE_WRITE;
-  case kSysLeaking: return TVA_RES_ERR_SPACE_LEAKING;
-  case kSysInvalidFileName: return TVA_RES_ERR_INVALID_FILE_NAME;
-  default: return TVA_RES_ERR_INTERNAL;
+  case kSysOk:
+    return TVA_RES_OK;
+  case kSysSpace:
+    return TVA_RES_ERR_SPACE;
+  case kSysFileOpen:
+    return TVA_RES_ERR_FILE_OPEN;
+  case kSysFileRead:
+    return TVA_RES_ERR_FILE_READ;
+  case kSysEndOfFile:
+    return TVA_RES_ERR_END_OF_FILE;
+  case kSysFileWrite:
+    return TVA_RES_ERR_FILE_WRITE;
+  case kSysLeaking:
+    return TVA_RES_ERR_SPACE_LEAKING;
+  case kSysInvalidFileName:
+    return TVA_RES_ERR_INVALID_FILE_NAME;
+  default:
+    return TVA_RES_ERR_INTERNAL;
   }
 }
 
@@ -76,7 +85,8 @@ TVArescode make_env(TVAenv_t* penv, const MemHooks& hooks, const char* dbgfile) 
     if (made == 3) {
       env->locks_made = true;
     } else {
-      for (int i = 0; i < made; ++i) sysmutex_destroy(&env->locks[i]);
+      for (int i = 0; i < made; ++i)
+        sysmutex_destroy(&env->locks[i]);
       r = TVA_RES_ERR_THREAD_MUTEX_INIT;
     }
   }
@@ -127,11 +137,13 @@ TVAAPI TVArescode TVA_deleteenv(TVAenv_t* penv) {
     }
   }
   sysenv* sys = env->sys;
-  for (int32 i = 0; i < kNumSpar; ++i) TVA_SYS_FREE(sys, env->catalogue.spar_default[i]);
+  for (int32 i = 0; i < kNumSpar; ++i)
+    TVA_SYS_FREE(sys, env->catalogue.spar_default[i]);
   streamblock_teardown(&env->streams);
   TVA_SYS_FREE(sys, env->dbgfile);
   if (env->locks_made)
-    for (sysmutex& m : env->locks) sysmutex_destroy(&m);
+    for (sysmutex& m : env->locks)
+      sysmutex_destroy(&m);
   env->~TvaEnv();
   TVA_SYS_FREE(sys, env);
   *penv = nullptr;
@@ -160,8 +172,8 @@ TVAAPI TVArescode TVA_getversion(TVAint32t* major, TVAint32t* minor, TVAint32t* 
   return TVA_RES_OK;
 }
 
-TVAAPI TVArescode TVA_checkversion(TVAenv_t env, TVAint32t major, TVAint32t minor,
-                                   TVAint32t build, TVAint32t revision) {
+TVAAPI TVArescode TVA_checkversion(TVAenv_t env, TVAint32t major, TVAint32t minor, TVAint32t build,
+                                   TVAint32t revision) {
   if (!env) return TVA_RES_ERR_NULL_ENV;
   const TVAint32t asked[4] = {major, minor, build, revision};
   const TVAint32t have[4] = {TVA_VERSION_MAJOR, TVA_VERSION_MINOR, TVA_VERSION_BUILD,
@@ -186,8 +198,8 @@ TVAAPI TVArescode TVA_echointro(TVAenv_t env, TVAint32t longver) {
   TVA_getbuildinfo(state, date);
   streamblock_write(sb, TVA_STREAM_MSG, "\n");
   if (state[0])
-    streamblock_printf(sb, TVA_STREAM_MSG, "%s Version %d.%d.%d.%d(%s) (Build date: %s)\n",
-                       "TELVA", TVA_VERSION_MAJOR, TVA_VERSION_MINOR, TVA_VERSION_BUILD,
+    streamblock_printf(sb, TVA_STREAM_MSG, "%s Version %d.%d.%d.%d(%s) (Build date: %s)\n", "TELVA",
+                       TVA_VERSION_MAJOR, TVA_VERSION_MINOR, TVA_VERSION_BUILD,
                        TVA_VERSION_REVISION, state, date);
   else
     streamblock_printf(sb, TVA_STREAM_MSG, "%s Version %d.%d.%d.%d (Build date: %s)\n", "TELVA",
@@ -217,8 +229,12 @@ TVAAPI TVArescode TVA_echointro(TVAenv_t env, TVAint32t longver) {
   return TVA_RES_OK;
 }
 
-TVAAPI TVAbooleant TVA_isinfinity(double value) { return value >= 1.0e30 ? 1 : 0; }
+TVAAPI TVAbooleant TVA_isinfinity(double value) {
+  return value >= 1.0e30 ? 1 : 0;
+}
 
-TVAAPI TVArescode TVA_unittestmain(void) { return TVA_RES_OK; }
+TVAAPI TVArescode TVA_unittestmain(void) {
+  return TVA_RES_OK;
+}
 
 } // extern "C"

@@ -47,8 +47,7 @@ TVAAPI char* TVA_strduptask(TVAtask_t task, const char* str) {
   return TVA_strdupdbgtask(task, str, __FILE__, __LINE__);
 }
 
-TVAAPI char* TVA_strdupdbgtask(TVAtask_t task, const char* str, const char* file,
-                               unsigned line) {
+TVAAPI char* TVA_strdupdbgtask(TVAtask_t task, const char* str, const char* file, unsigned line) {
   if (task_check(task) != TVA_RES_OK) return nullptr;
   return sysenv_strdup(task->sys, file, static_cast<int>(line), str);
 }
@@ -66,8 +65,7 @@ TVAAPI TVArescode TVA_checkmemtask(TVAtask_t task, const char* file, TVAint32t l
   return TVA_RES_OK;
 }
 
-TVAAPI TVArescode TVA_getmemusagetask(TVAtask_t task, TVAint64t* meminuse,
-                                      TVAint64t* maxmemuse) {
+TVAAPI TVArescode TVA_getmemusagetask(TVAtask_t task, TVAint64t* meminuse, TVAint64t* maxmemuse) {
   TVArescode r = task_check(task);
   if (r != TVA_RES_OK) return r;
   int64 cur = 0, max = 0;

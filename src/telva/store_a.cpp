@@ -137,8 +137,8 @@ TVArescode store_getavec(TvaTask* task, bool bycol, int32 k, int32* nz, int32* s
   const double* v;
   r = store_sprmat_result(task, sprmat_getvec(task->store.a, bycol, k, &n, &s, &v));
   if (r != TVA_RES_OK) return r;
-  if (sub) std::memcpy(sub, s, n * sizeof(int32));
-  if (val) std::memcpy(val, v, n * sizeof(double));
+  if (sub && n > 0) std::memcpy(sub, s, n * sizeof(int32));
+  if (val && n > 0) std::memcpy(val, v, n * sizeof(double));
   if (nz) *nz = n;
   return TVA_RES_OK;
 }

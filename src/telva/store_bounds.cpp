@@ -63,6 +63,10 @@ TVArescode store_putboundlist(TvaTask* task, int32 accmode, int32 num, const int
     return TVA_REP(task, ERR_INVALID_ACCMODE, accmode);
   bool con = accmode == TVA_ACC_CON;
   int32 count = con ? task->numcon : task->numvar;
+  if (!sub) {
+    if (first < 0) return TVA_REP(task, ERR_FIRST, first);
+    if (int64(first) + num > count) return TVA_REP(task, ERR_LAST, first + num);
+  }
   for (int32 t = 0; t < num; ++t) {
     int32 i = sub ? sub[t] : first + t;
     TVArescode r = sub ? check_index_arr(task, i, t, count, "sub") : TVA_RES_OK;
@@ -109,6 +113,10 @@ TVArescode check_c(TvaTask* task, int32 j, double cj) {
 
 TVArescode store_putclist(TvaTask* task, int32 num, const int32* sub, int32 first,
                           const double* val) {
+  if (!sub) {
+    if (first < 0) return TVA_REP(task, ERR_FIRST, first);
+    if (int64(first) + num > task->numvar) return TVA_REP(task, ERR_LAST, first + num);
+  }
   for (int32 t = 0; t < num; ++t) {
     int32 j = sub ? sub[t] : first + t;
     TVArescode r = sub ? check_index_arr(task, j, t, task->numvar, "subj") : TVA_RES_OK;

@@ -21,7 +21,8 @@ void streamblock_teardown(StreamBlock* sb) {
   sb->use_locks = false;
   streamblock_flush_all(sb);
   streamblock_unlink_files(sb);
-  for (StreamRecord& r : sb->rec) sysmutex_destroy(&r.lock);
+  for (StreamRecord& r : sb->rec)
+    sysmutex_destroy(&r.lock);
   sb->sys = nullptr;
 }
 
@@ -55,7 +56,8 @@ void streamblock_flush(StreamBlock* sb, int32 which) {
 }
 
 void streamblock_flush_all(StreamBlock* sb) {
-  for (int32 i = 0; i < 4; ++i) streamblock_flush(sb, i);
+  for (int32 i = 0; i < 4; ++i)
+    streamblock_flush(sb, i);
 }
 
 void streamblock_unlink_files(StreamBlock* sb) {

@@ -521,6 +521,9 @@ TEST_F(Store, BadListsChangeNothing) {
             TVA_RES_ERR_FIXED_BOUND_VALUES, "bound slice");
   double cv[] = {1.0, std::nan("")};
   unchanged(store_putclist(task, 2, bsub, 0, cv), TVA_RES_ERR_NAN_IN_C, "c list");
+  unchanged(store_putclist(task, 2, nullptr, 4, bl), TVA_RES_ERR_LAST, "c slice");
+  unchanged(store_putboundlist(task, TVA_ACC_CON, 2, nullptr, -1, bk, bl, bu), TVA_RES_ERR_FIRST,
+            "bound slice first");
   int32 csub[] = {0, 5};
   unchanged(store_putclist(task, 2, csub, 0, bl), TVA_RES_ERR_INDEX_ARR_IS_TOO_LARGE, "c index");
 
