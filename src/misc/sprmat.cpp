@@ -10,6 +10,18 @@ namespace telva {
 
 namespace {
 
+// Room for need more elements in a's store, remembering an enlargement for the owner's log.
+int makeroom_noted(sprmat* a, int64 need) {
+  int64 before = a->dim->maxsze;
+  if (spmat_makeroom(a->dim, need) != kSpmatOk) return kSprmatSpace;
+  if (a->dim->maxsze > before) {
+    if (!a->grew) a->grew_from = before;
+    a->grew = true;
+    a->grew_to = a->dim->maxsze;
+  }
+  return kSprmatOk;
+}
+
 int32 nmajor(const sprmat* a) {
   return a->bycol ? a->ncol : a->nrow;
 }
@@ -182,7 +194,7 @@ int sprmat_putelem(sprmat* a, int32 i, int32 j, double v) {
 int sprmat_preparereplace(sprmat* a, bool bycol, int64 total) {
   int r = sprmat_orient(a, bycol);
   if (r != kSprmatOk) return r;
-  return spmat_makeroom(a->dim, total) == kSpmatOk ? kSprmatOk : kSprmatSpace;
+  return makeroom_noted(a, total);
 }
 
 int sprmat_flush(sprmat* a) {
@@ -227,7 +239,7 @@ int sprmat_flush(sprmat* a) {
       r == kSprmatOk ? sysarr_alloc<double>(a->sys, std::max<int64>(maxlen, 1)) : nullptr;
   if (r == kSprmatOk && (!bsub || !bval)) r = kSprmatSpace;
   // Room for every grown vector is made first, so that the merge itself can't fail.
-  if (r == kSprmatOk && spmat_makeroom(d, bound) != kSpmatOk) r = kSprmatSpace;
+  if (r == kSprmatOk) r = makeroom_noted(a, bound);
   if (r == kSprmatOk) {
     for (int32 i = 0; i < vlen; ++i)
       mark[i] = -1;

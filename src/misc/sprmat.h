@@ -33,6 +33,10 @@ struct sprmat {
   int32* pendj = nullptr;
   double* pendv = nullptr;
   int32 locked = 0;
+  // Set when a merge or a replacement had to enlarge the element store, so that the owner can
+  // tell its log; the owner clears it.
+  bool grew = false;
+  int64 grew_from = 0, grew_to = 0;
 };
 
 // Makes an empty nrow by ncol matrix with room for maxsize elements.

@@ -26,6 +26,19 @@ TVArescode check_aij(TvaTask* task, int32 i, int32 j, double v, bool* keep) {
   return TVA_RES_OK;
 }
 
+// The result of an operation on A, with the log line when A had to grow for it.
+TVArescode a_result(TvaTask* task, int status) {
+  sprmat* a = task->store.a;
+  if (a && a->grew) {
+    a->grew = false;
+    if (task->iparam[TVA_IPAR_LOG] > 0)
+      streamblock_printf(&task->streams, TVA_STREAM_MSG,
+                         "Expanding the maximum number of A nonzeros from %lld to %lld.\n",
+                         static_cast<long long>(a->grew_from), static_cast<long long>(a->grew_to));
+  }
+  return store_sprmat_result(task, status);
+}
+
 } // namespace
 
 TVArescode store_putaij(TvaTask* task, int32 i, int32 j, double aij) {
@@ -109,8 +122,7 @@ TVArescode store_putavecs(TvaTask* task, bool bycol, int32 num, const int32* sub
   int32* ksub = sysarr_alloc<int32>(task->sys, std::max<int64>(kept, 1));
   double* kval = sysarr_alloc<double>(task->sys, std::max<int64>(kept, 1));
   if (!ksub || !kval) r = TVA_REP(task, ERR_SPACE);
-  if (r == TVA_RES_OK)
-    r = store_sprmat_result(task, sprmat_preparereplace(task->store.a, bycol, kept));
+  if (r == TVA_RES_OK) r = a_result(task, sprmat_preparereplace(task->store.a, bycol, kept));
   if (r == TVA_RES_OK) {
     const double tol = task->dparam[TVA_DPAR_DATA_TOL_AIJ];
     for (int32 t = 0; t < num; ++t) {
@@ -135,7 +147,7 @@ TVArescode store_getavec(TvaTask* task, bool bycol, int32 k, int32* nz, int32* s
   int32 n = 0;
   const int32* s;
   const double* v;
-  r = store_sprmat_result(task, sprmat_getvec(task->store.a, bycol, k, &n, &s, &v));
+  r = a_result(task, sprmat_getvec(task->store.a, bycol, k, &n, &s, &v));
   if (r != TVA_RES_OK) return r;
   if (sub && n > 0) std::memcpy(sub, s, n * sizeof(int32));
   if (val && n > 0) std::memcpy(val, v, n * sizeof(double));
@@ -146,25 +158,25 @@ TVArescode store_getavec(TvaTask* task, bool bycol, int32 k, int32* nz, int32* s
 TVArescode store_getavecnz(TvaTask* task, bool bycol, int32 k, int32* nz) {
   TVArescode r = check_index(task, k, bycol ? task->numvar : task->numcon, bycol ? "j" : "i");
   if (r != TVA_RES_OK) return r;
-  return store_sprmat_result(task, sprmat_getvecnz(task->store.a, bycol, k, nz));
+  return a_result(task, sprmat_getvecnz(task->store.a, bycol, k, nz));
 }
 
 TVArescode store_getaij(TvaTask* task, int32 i, int32 j, double* aij) {
   TVArescode r = check_index(task, i, task->numcon, "i");
   if (r == TVA_RES_OK) r = check_index(task, j, task->numvar, "j");
-  if (r == TVA_RES_OK) r = store_sprmat_result(task, sprmat_getaij(task->store.a, i, j, aij));
+  if (r == TVA_RES_OK) r = a_result(task, sprmat_getaij(task->store.a, i, j, aij));
   return r;
 }
 
 TVArescode store_getnumanz(TvaTask* task, int64* nz) {
   *nz = 0;
   if (!task->store.a) return TVA_RES_OK;
-  return store_sprmat_result(task, sprmat_numnz(task->store.a, nz));
+  return a_result(task, sprmat_numnz(task->store.a, nz));
 }
 
 TVArescode store_commit(TvaTask* task) {
   if (!task->store.a) return TVA_RES_OK;
-  return store_sprmat_result(task, sprmat_flush(task->store.a));
+  return a_result(task, sprmat_flush(task->store.a));
 }
 
 } // namespace telva

@@ -4,6 +4,8 @@
 
 #include <cmath>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include "store_snapshot.h"
 #include "telva.h"
@@ -145,6 +147,38 @@ TEST_F(Store, CapacitiesRefuseBelowCountAndKeepData) {
   EXPECT_EQ(task->maxnumqnz, 40);
   ASSERT_EQ(TVA_getmemusagetask(task, &used, &peak), TVA_RES_OK);
   EXPECT_LT(used, peak);
+  // Everything the filled problem held is gone: a fresh task of the same sizes uses as much.
+  TVAtask_t fresh = nullptr;
+  ASSERT_EQ(TVA_maketask(env, 0, 0, &fresh), TVA_RES_OK);
+  ASSERT_EQ(TVA_resizetask(fresh, 10, 20, 3, 100, 40), TVA_RES_OK);
+  TVAint64t fresh_used = 0;
+  ASSERT_EQ(TVA_getmemusagetask(fresh, &fresh_used, &peak), TVA_RES_OK);
+  EXPECT_EQ(used, fresh_used);
+  ASSERT_EQ(TVA_deletetask(&fresh), TVA_RES_OK);
+}
+
+TEST_F(Store, GrowthOfAIsLogged) {
+  std::string log;
+  StreamRecord& msg = task->streams.rec[TVA_STREAM_MSG];
+  msg.handle = &log;
+  msg.func = [](void* h, const char* text) { *static_cast<std::string*>(h) += text; };
+  ASSERT_EQ(TVA_appendcons(task, 50), TVA_RES_OK);
+  ASSERT_EQ(TVA_appendvars(task, 2), TVA_RES_OK);
+  ASSERT_EQ(TVA_putmaxnumanz(task, 10), TVA_RES_OK); // room for 10 plus a slack per row
+  EXPECT_NE(log.find("Expanding the maximum number of A nonzeros from "), std::string::npos) << log;
+  log.clear();
+  std::vector<int32> sub(100);
+  std::vector<double> val(100, 1.0);
+  for (int32 t = 0; t < 100; ++t)
+    sub[t] = t % 50;
+  int64 pb[] = {0, 50}, pe[] = {50, 100};
+  ASSERT_EQ(store_putavecs(task, true, 2, nullptr, 0, pb, pe, sub.data(), val.data()), TVA_RES_OK);
+  EXPECT_NE(log.find("Expanding the maximum number of A nonzeros from 60 to "), std::string::npos)
+      << log;
+  log.clear();
+  task->iparam[TVA_IPAR_LOG] = 0;
+  ASSERT_EQ(TVA_putmaxnumanz(task, 1000), TVA_RES_OK);
+  EXPECT_EQ(log, "");
 }
 
 TEST_F(Store, AValueChecksAndTinyValues) {
