@@ -5,7 +5,21 @@
 
 namespace telva {
 
-bool resize_group(sysenv* sys, ArrayResize* group, int count, int64 newlen) {
+bool resize_group(sysenv* sys, ArrayResize* group, int count, int64 oldlen, int64 newlen) {
+  if (newlen > oldlen && oldlen > 0) {
+    // Growth in place where the allocator can: an array that got larger before a later one
+    // failed is harmless, since only the first count entries of each are ever read.
+    for (int g = 0; g < count; ++g) {
+      if (group[g].optional && !*group[g].p) continue;
+      void* q =
+          sysenv_realloc(sys, TVA_HERE, *group[g].p, static_cast<size_t>(newlen), group[g].elem);
+      if (!q) return false;
+      *group[g].p = q;
+    }
+    return true;
+  }
+  // Shrinking (or a first allocation): all new arrays are taken before any old one goes, so
+  // that a failure leaves every array at its old, sufficient, length.
   void* fresh[32] = {nullptr};
   TVA_ASSERT(sys, count <= 32);
   bool ok = true;
@@ -127,7 +141,7 @@ TVArescode store_putmaxnumcon(TvaTask* task, int32 n) {
                      resize_of(&s.bkc, keep),
                      resize_of(&s.blc, keep),
                      resize_of(&s.buc, keep)};
-  if (!resize_group(task->sys, g, 7, n)) return TVA_REP(task, ERR_SPACE);
+  if (!resize_group(task->sys, g, 7, task->maxnumcon, n)) return TVA_REP(task, ERR_SPACE);
   task->maxnumcon = n;
   return TVA_RES_OK;
 }
@@ -149,7 +163,7 @@ TVArescode store_putmaxnumvar(TvaTask* task, int32 n) {
                      resize_of(&s.varcone, keep),
                      resize_of(&s.varaux[0], keep, true),
                      resize_of(&s.varaux[1], keep, true)};
-  if (!resize_group(task->sys, g, 9, n)) {
+  if (!resize_group(task->sys, g, 9, task->maxnumvar, n)) {
     sysarr_free(task->sys, &newsub);
     return TVA_REP(task, ERR_SPACE);
   }
@@ -172,7 +186,7 @@ TVArescode store_putmaxnumcone(TvaTask* task, int32 n) {
   ArrayResize g[] = {resize_of(&s.coneptrb, keep), resize_of(&s.coneptre, keep),
                      resize_of(&s.conetype, keep), resize_of(&s.conepar, keep),
                      resize_of(&s.name_offset[kNameCone], keep)};
-  if (!resize_group(task->sys, g, 5, n)) return TVA_REP(task, ERR_SPACE);
+  if (!resize_group(task->sys, g, 5, task->maxnumcone, n)) return TVA_REP(task, ERR_SPACE);
   task->maxnumcone = n;
   return TVA_RES_OK;
 }
@@ -183,7 +197,7 @@ TVArescode store_putmaxnumbarvar(TvaTask* task, int32 n) {
   ProblemStore& s = task->store;
   int32 keep = task->numbarvar;
   ArrayResize g[] = {resize_of(&s.bardim, keep), resize_of(&s.name_offset[kNameBarvar], keep)};
-  if (!resize_group(task->sys, g, 2, n)) return TVA_REP(task, ERR_SPACE);
+  if (!resize_group(task->sys, g, 2, task->maxnumbarvar, n)) return TVA_REP(task, ERR_SPACE);
   task->maxnumbarvar = n;
   return TVA_RES_OK;
 }

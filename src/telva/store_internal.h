@@ -11,8 +11,7 @@
 
 namespace telva {
 
-// One array of a group that is reallocated together: all new arrays are taken first, and only
-// when all are there are the old ones copied (keep entries) and replaced.
+// One array of a group that is reallocated together.
 struct ArrayResize {
   void** p;
   size_t elem;
@@ -24,9 +23,9 @@ template <class T> ArrayResize resize_of(T** p, int64 keep, bool optional = fals
   return ArrayResize{reinterpret_cast<void**>(p), sizeof(T), keep, optional};
 }
 
-// Replaces every array of the group by one of newlen entries. False when out of memory, with
-// all arrays as they were.
-bool resize_group(sysenv* sys, ArrayResize* group, int count, int64 newlen);
+// Gives every array of the group (now oldlen entries) newlen entries, keeping the first keep.
+// False when out of memory; every array then still has at least oldlen entries with its data.
+bool resize_group(sysenv* sys, ArrayResize* group, int count, int64 oldlen, int64 newlen);
 
 // A scratch array of the task, freed at the end of the scope. ok() tells whether it was had.
 template <class T> struct ScratchArr {
