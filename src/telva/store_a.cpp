@@ -54,6 +54,7 @@ TVArescode store_putaij(TvaTask* task, int32 i, int32 j, double aij) {
 
 TVArescode store_putaijlist(TvaTask* task, int64 num, const int32* subi, const int32* subj,
                             const double* val) {
+  if (num < 0) return check_count(task, num, "num");
   for (int64 t = 0; t < num; ++t) {
     int32 pos = static_cast<int32>(t);
     TVArescode r = check_index_arr(task, subi[t], pos, task->numcon, "subi");
@@ -78,6 +79,7 @@ TVArescode store_putavecs(TvaTask* task, bool bycol, int32 num, const int32* sub
                           const double* aval) {
   const int32 count = bycol ? task->numvar : task->numcon;
   const int32 vlen = bycol ? task->numcon : task->numvar;
+  if (num < 0) return check_count(task, num, "num");
   if (!sub) {
     if (first < 0) return TVA_REP(task, ERR_FIRST, first);
     if (int64(first) + num > count) return TVA_REP(task, ERR_LAST, first + num);
@@ -92,6 +94,7 @@ TVArescode store_putavecs(TvaTask* task, bool bycol, int32 num, const int32* sub
     int32 k = sub ? sub[t] : first + t;
     if (sub) r = check_index_arr(task, k, t, count, "sub");
     int64 given = ptre[t] - ptrb[t], kept_here = 0;
+    if (r == TVA_RES_OK && given < 0) r = TVA_REP(task, ERR_INV_APTRE, t);
     for (int64 p = ptrb[t]; p < ptre[t] && r == TVA_RES_OK; ++p) {
       int32 s = asub[p];
       r = check_index(task, s, vlen, "asub");

@@ -54,6 +54,7 @@ bool add_sorted_matrix(TvaTask* task, int32 dim, const int64* order, int64 b, in
 TVArescode check_cell_entries(TvaTask* task, int32 j, int64 num, const int64* sub,
                               const double* weights) {
   const sossm& mats = task->store.symmats;
+  if (num < 0) return check_count(task, num, "num");
   for (int64 t = 0; t < num; ++t) {
     TVArescode r = check_index(task, sub[t], mats.num, "sub");
     if (r != TVA_RES_OK) return r;
@@ -70,6 +71,7 @@ TVArescode check_cell_entries(TvaTask* task, int32 j, int64 num, const int64* su
 TVArescode store_appendsparsesymmat(TvaTask* task, int32 dim, int64 nz, const int32* subi,
                                     const int32* subj, const double* val, int64* idx) {
   if (dim < 1) return TVA_REP(task, ERR_BAR_VAR_DIM, dim);
+  if (nz < 0) return check_count(task, nz, "nz");
   for (int64 t = 0; t < nz; ++t) {
     if (subi[t] < 0 || subi[t] >= dim)
       return TVA_REP(task, ERR_SYM_MAT_INVALID_ROW_INDEX, subi[t], int32(0), dim);
@@ -118,6 +120,7 @@ TVArescode store_putbaraij(TvaTask* task, int32 i, int32 j, int64 num, const int
 TVArescode store_putbarblocktriplet(TvaTask* task, bool isbara, int64 num, const int32* subi,
                                     const int32* subj, const int32* subk, const int32* subl,
                                     const double* val) {
+  if (num < 0) return check_count(task, num, "num");
   char arg[48];
   for (int64 t = 0; t < num; ++t) {
     TVArescode r = TVA_RES_OK;

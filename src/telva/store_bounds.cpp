@@ -63,6 +63,7 @@ TVArescode store_putboundlist(TvaTask* task, int32 accmode, int32 num, const int
     return TVA_REP(task, ERR_INVALID_ACCMODE, accmode);
   bool con = accmode == TVA_ACC_CON;
   int32 count = con ? task->numcon : task->numvar;
+  if (num < 0) return check_count(task, num, "num");
   if (!sub) {
     if (first < 0) return TVA_REP(task, ERR_FIRST, first);
     if (int64(first) + num > count) return TVA_REP(task, ERR_LAST, first + num);
@@ -113,6 +114,7 @@ TVArescode check_c(TvaTask* task, int32 j, double cj) {
 
 TVArescode store_putclist(TvaTask* task, int32 num, const int32* sub, int32 first,
                           const double* val) {
+  if (num < 0) return check_count(task, num, "num");
   if (!sub) {
     if (first < 0) return TVA_REP(task, ERR_FIRST, first);
     if (int64(first) + num > task->numvar) return TVA_REP(task, ERR_LAST, first + num);

@@ -44,6 +44,11 @@ TVArescode check_index(TvaTask* task, int64 i, int64 count, const char* arg);
 // Index checks of a list element, reported with the array's name and the position.
 TVArescode check_index_arr(TvaTask* task, int32 v, int32 pos, int32 count, const char* arg);
 
+// A count of list elements must not be negative.
+inline TVArescode check_count(TvaTask* task, int64 num, const char* arg) {
+  return num < 0 ? TVA_REP(task, ERR_ARG_IS_TOO_SMALL, num, arg) : TVA_RES_OK;
+}
+
 inline bool is_bad_value(double v) {
   return std::isnan(v) || std::isinf(v);
 }

@@ -178,6 +178,7 @@ TVArescode put_one_q(TvaTask* task, int32 k, int32 n, const int32* subi, const i
 
 TVArescode store_putqobj(TvaTask* task, int32 n, const int32* subi, const int32* subj,
                          const double* val) {
+  if (n < 0) return check_count(task, n, "numqonz");
   for (int32 t = 0; t < n; ++t) {
     TVArescode r = check_index_arr(task, subi[t], t, task->numvar, "qosubi");
     if (r == TVA_RES_OK) r = check_index_arr(task, subj[t], t, task->numvar, "qosubj");
@@ -192,6 +193,7 @@ TVArescode store_putqobj(TvaTask* task, int32 n, const int32* subi, const int32*
 TVArescode store_putqconk(TvaTask* task, int32 k, int32 n, const int32* subi, const int32* subj,
                           const double* val) {
   TVArescode r = check_index(task, k, task->numcon, "k");
+  if (r == TVA_RES_OK) r = check_count(task, n, "numqcnz");
   for (int32 t = 0; t < n && r == TVA_RES_OK; ++t) {
     r = check_index_arr(task, subi[t], t, task->numvar, "qcsubi");
     if (r == TVA_RES_OK) r = check_index_arr(task, subj[t], t, task->numvar, "qcsubj");
@@ -205,6 +207,7 @@ TVArescode store_putqconk(TvaTask* task, int32 k, int32 n, const int32* subi, co
 
 TVArescode store_putqcon(TvaTask* task, int32 n, const int32* subk, const int32* subi,
                          const int32* subj, const double* val) {
+  if (n < 0) return check_count(task, n, "numqcnz");
   for (int32 t = 0; t < n; ++t) {
     TVArescode r = TVA_RES_OK;
     if (subk[t] < 0 || subk[t] >= task->numcon) r = TVA_REP(task, ERR_INV_QCON_SUBK, subk[t], t);

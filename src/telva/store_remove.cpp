@@ -35,7 +35,7 @@ template <class T> void compact(T* arr, const int32* newidx, int32 count) {
 
 TVArescode store_removecons(TvaTask* task, int32 num, const int32* subset) {
   if (store_is_nl(task)) return TVA_REP(task, ERR_NONLINEAR_FUNCTIONS_NOT_ALLOWED);
-  if (num < 0) num = 0;
+  if (num < 0) return check_count(task, num, "num");
   const int32 m = task->numcon;
   ScratchArr<int32> newidx(task->sys, m);
   if (!newidx.ok()) return TVA_REP(task, ERR_SPACE);
@@ -61,7 +61,7 @@ TVArescode store_removecons(TvaTask* task, int32 num, const int32* subset) {
 
 TVArescode store_removevars(TvaTask* task, int32 num, const int32* subset) {
   if (store_is_nl(task)) return TVA_REP(task, ERR_NONLINEAR_FUNCTIONS_NOT_ALLOWED);
-  if (num < 0) num = 0;
+  if (num < 0) return check_count(task, num, "num");
   const int32 n = task->numvar;
   ScratchArr<int32> newidx(task->sys, n);
   if (!newidx.ok()) return TVA_REP(task, ERR_SPACE);
@@ -107,7 +107,7 @@ TVArescode store_removevars(TvaTask* task, int32 num, const int32* subset) {
 }
 
 TVArescode store_removecones(TvaTask* task, int32 num, const int32* subset) {
-  if (num < 0) num = 0;
+  if (num < 0) return check_count(task, num, "num");
   const int32 nc = task->numcone;
   ScratchArr<int32> newidx(task->sys, nc);
   if (!newidx.ok()) return TVA_REP(task, ERR_SPACE);
@@ -127,7 +127,7 @@ TVArescode store_removecones(TvaTask* task, int32 num, const int32* subset) {
 }
 
 TVArescode store_removebarvars(TvaTask* task, int32 num, const int32* subset) {
-  if (num < 0) num = 0;
+  if (num < 0) return check_count(task, num, "num");
   const int32 nb = task->numbarvar;
   ScratchArr<int32> newidx(task->sys, nb);
   if (!newidx.ok()) return TVA_REP(task, ERR_SPACE);

@@ -609,6 +609,20 @@ TEST_F(Store, BadListsChangeNothing) {
   unchanged(TVA_removebarvars(task, 2, rm), TVA_RES_ERR_INDEX_ARR_IS_TOO_LARGE, "removebarvars");
   int32 lead[] = {2, 4};
   unchanged(TVA_removevars(task, 2, lead), TVA_RES_ERR_REMOVE_CONE_VARIABLE, "cone lead");
+
+  // Negative counts and a column that ends before it begins.
+  unchanged(store_putaijlist(task, -1, si, sj, sv), TVA_RES_ERR_ARG_IS_TOO_SMALL, "aijlist -1");
+  int64 rb[] = {2}, re[] = {1};
+  unchanged(store_putavecs(task, true, 1, nullptr, 0, rb, re, asub, aval), TVA_RES_ERR_INV_APTRE,
+            "ptre < ptrb");
+  unchanged(TVA_putqobj(task, -1, qi, qj, qv), TVA_RES_ERR_ARG_IS_TOO_SMALL, "qobj -1");
+  unchanged(TVA_putqcon(task, -1, qk, qi, qj, qv), TVA_RES_ERR_ARG_IS_TOO_SMALL, "qcon -1");
+  unchanged(TVA_putbarcj(task, 0, -1, subs, ws), TVA_RES_ERR_ARG_IS_TOO_SMALL, "barcj -1");
+  unchanged(TVA_putbarcblocktriplet(task, -1, tj, tk, tl, mv), TVA_RES_ERR_ARG_IS_TOO_SMALL,
+            "triplets -1");
+  unchanged(TVA_appendsparsesymmat(task, 2, -1, mi, mj, mv, &idx), TVA_RES_ERR_ARG_IS_TOO_SMALL,
+            "symmat -1");
+  unchanged(TVA_removecons(task, -1, rm), TVA_RES_ERR_ARG_IS_TOO_SMALL, "removecons -1");
 }
 
 } // namespace
