@@ -143,6 +143,9 @@ TVArescode store_getavecnz(TvaTask* task, bool bycol, int32 k, int32* nz);
 TVArescode store_getaij(TvaTask* task, int32 i, int32 j, double* aij);
 TVArescode store_getnumanz(TvaTask* task, int64* nz);
 TVArescode store_commit(TvaTask* task);
+// Sorts the indices inside every column (and row) of A by two transpositions, for optimizers
+// that want sorted input.
+TVArescode store_sort_a(TvaTask* task);
 // Maps a sprmat status to a response code.
 TVArescode store_sprmat_result(TvaTask* task, int status);
 

@@ -177,6 +177,11 @@ TVArescode store_getnumanz(TvaTask* task, int64* nz) {
   return a_result(task, sprmat_numnz(task->store.a, nz));
 }
 
+TVArescode store_sort_a(TvaTask* task) {
+  if (!task->store.a) return TVA_RES_OK;
+  return a_result(task, sprmat_sort(task->store.a));
+}
+
 TVArescode store_commit(TvaTask* task) {
   if (!task->store.a) return TVA_RES_OK;
   return a_result(task, sprmat_flush(task->store.a));

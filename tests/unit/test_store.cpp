@@ -225,6 +225,20 @@ TEST_F(Store, AValueChecksAndTinyValues) {
   ASSERT_EQ(store_getaij(task, 1, 1, &v), TVA_RES_OK);
   EXPECT_EQ(v, -2.0);
   ASSERT_EQ(TVA_commitchanges(task), TVA_RES_OK);
+
+  // Sorting keeps the elements and puts each column's indices in order. The matrix is read by
+  // columns first, so that the merge of the new element leaves column 0 unsorted.
+  ASSERT_EQ(TVA_getacol(task, 0, &nzc, got, gv), TVA_RES_OK);
+  ASSERT_EQ(TVA_putaij(task, 0, 0, 5.0), TVA_RES_OK);
+  ASSERT_EQ(TVA_getacol(task, 0, &nzc, got, gv), TVA_RES_OK);
+  ASSERT_EQ(nzc, 2);
+  ASSERT_GT(got[0], got[1]);
+  storetest::Snapshot before = snapshot(task);
+  ASSERT_EQ(store_sort_a(task), TVA_RES_OK);
+  EXPECT_EQ(snapshot(task), before);
+  ASSERT_EQ(TVA_getacol(task, 0, &nzc, got, gv), TVA_RES_OK);
+  ASSERT_EQ(nzc, 2);
+  EXPECT_LT(got[0], got[1]);
 }
 
 TEST_F(Store, BoundsFollowTheInfinityConvention) {
