@@ -1597,6 +1597,61 @@ TVAAPI TVArescode TVA_callbackcodetostr(TVAint32t code, char* callbackcodestr);
 
 /* ---- Problem store ----------------------------------------------------------- */
 
+TVAAPI TVArescode TVA_putmaxnumcon(TVAtask_t task, TVAint32t maxnumcon);
+TVAAPI TVArescode TVA_putmaxnumvar(TVAtask_t task, TVAint32t maxnumvar);
+TVAAPI TVArescode TVA_putmaxnumcone(TVAtask_t task, TVAint32t maxnumcone);
+TVAAPI TVArescode TVA_putmaxnumbarvar(TVAtask_t task, TVAint32t maxnumbarvar);
+TVAAPI TVArescode TVA_putmaxnumanz(TVAtask_t task, TVAint64t maxnumanz);
+TVAAPI TVArescode TVA_putmaxnumqnz(TVAtask_t task, TVAint64t maxnumqnz);
+TVAAPI TVArescode TVA_appendcons(TVAtask_t task, TVAint32t num);
+TVAAPI TVArescode TVA_appendvars(TVAtask_t task, TVAint32t num);
+TVAAPI TVArescode TVA_appendbarvars(TVAtask_t task, TVAint32t num, const TVAint32t* dim);
+TVAAPI TVArescode TVA_appendcone(TVAtask_t task, TVAint32t ct, double conepar, TVAint32t nummem,
+                                 const TVAint32t* submem);
+TVAAPI TVArescode TVA_appendconeseq(TVAtask_t task, TVAint32t ct, double conepar,
+                                    TVAint32t nummem, TVAint32t j);
+TVAAPI TVArescode TVA_appendconesseq(TVAtask_t task, TVAint32t num, const TVAint32t* ct,
+                                     const double* conepar, const TVAint32t* nummem,
+                                     TVAint32t j);
+TVAAPI TVArescode TVA_putcone(TVAtask_t task, TVAint32t k, TVAint32t ct, double conepar,
+                              TVAint32t nummem, const TVAint32t* submem);
+TVAAPI TVArescode TVA_appendsparsesymmat(TVAtask_t task, TVAint32t dim, TVAint64t nz,
+                                         const TVAint32t* subi, const TVAint32t* subj,
+                                         const double* valij, TVAint64t* idx);
+TVAAPI TVArescode TVA_putbarcj(TVAtask_t task, TVAint32t j, TVAint64t num, const TVAint64t* sub,
+                               const double* weights);
+TVAAPI TVArescode TVA_putbaraij(TVAtask_t task, TVAint32t i, TVAint32t j, TVAint64t num,
+                                const TVAint64t* sub, const double* weights);
+TVAAPI TVArescode TVA_putbarablocktriplet(TVAtask_t task, TVAint64t num, const TVAint32t* subi,
+                                          const TVAint32t* subj, const TVAint32t* subk,
+                                          const TVAint32t* subl, const double* valijkl);
+TVAAPI TVArescode TVA_putbarcblocktriplet(TVAtask_t task, TVAint64t num, const TVAint32t* subj,
+                                          const TVAint32t* subk, const TVAint32t* subl,
+                                          const double* valjkl);
+TVAAPI TVArescode TVA_getlenbarvarj(TVAtask_t task, TVAint32t j, TVAint64t* lenbarvarj);
+TVAAPI TVArescode TVA_putaij(TVAtask_t task, TVAint32t i, TVAint32t j, double aij);
+TVAAPI TVArescode TVA_getacol(TVAtask_t task, TVAint32t j, TVAint32t* nzj, TVAint32t* subj,
+                              double* valj);
+TVAAPI TVArescode TVA_commitchanges(TVAtask_t task);
+TVAAPI TVArescode TVA_putqobj(TVAtask_t task, TVAint32t numqonz, const TVAint32t* qosubi,
+                              const TVAint32t* qosubj, const double* qoval);
+TVAAPI TVArescode TVA_putqobjij(TVAtask_t task, TVAint32t i, TVAint32t j, double qoij);
+TVAAPI TVArescode TVA_getqobjij(TVAtask_t task, TVAint32t i, TVAint32t j, double* qoij);
+TVAAPI TVArescode TVA_putqconk(TVAtask_t task, TVAint32t k, TVAint32t numqcnz,
+                               const TVAint32t* qcsubi, const TVAint32t* qcsubj,
+                               const double* qcval);
+TVAAPI TVArescode TVA_putqcon(TVAtask_t task, TVAint32t numqcnz, const TVAint32t* qcsubk,
+                              const TVAint32t* qcsubi, const TVAint32t* qcsubj,
+                              const double* qcval);
+TVAAPI TVArescode TVA_getconbound(TVAtask_t task, TVAint32t i, TVAint32t* bk, double* bl,
+                                  double* bu);
+TVAAPI TVArescode TVA_putobjsense(TVAtask_t task, TVAint32t sense);
+TVAAPI TVArescode TVA_removecons(TVAtask_t task, TVAint32t num, const TVAint32t* subset);
+TVAAPI TVArescode TVA_removevars(TVAtask_t task, TVAint32t num, const TVAint32t* subset);
+TVAAPI TVArescode TVA_removecones(TVAtask_t task, TVAint32t num, const TVAint32t* subset);
+TVAAPI TVArescode TVA_removebarvars(TVAtask_t task, TVAint32t num, const TVAint32t* subset);
+TVAAPI TVArescode TVA_getprobtype(TVAtask_t task, TVAint32t* probtype);
+
 /* ---- Linear algebra: LU factorization and basis ------------------------------ */
 
 #ifdef __cplusplus

@@ -141,6 +141,10 @@ template <TVArescode Code> struct Reporter {
 
 } // namespace telva
 
+// Width, justification and precision for a %{wjp}e value in a message: no padding,
+// right-justified, six digits after the point.
+#define TVA_WJP_VALUE 0, 2, 6
+
 #define TVA_REP(task, NAME, ...)                                                                   \
   ::telva::report_detail::Reporter<TVA_RES_##NAME>::report((task), __FILE__,                       \
                                                            __LINE__ __VA_OPT__(, ) __VA_ARGS__)

@@ -24,9 +24,9 @@ void task_fatal(void* handle, const char* file, int line, const char* msg) {
   stoptask(static_cast<TvaTask*>(handle), file, line, "%s", msg);
 }
 
-// Frees everything the task's store holds and leaves an empty problem.
+// Frees everything the task's store holds and leaves an empty problem with no capacity.
 void clear_problem(TvaTask* task) {
-  task->numcon = task->numvar = task->numcone = task->numbarvar = 0;
+  store_clear(task);
 }
 
 TVArescode copy_default_params(TvaTask* task) {
@@ -82,6 +82,7 @@ TVAAPI TVArescode TVA_maketask(TVAenv_t env, TVAint32t maxnumcon, TVAint32t maxn
   task->taskid = taskid;
   task->env = env;
   task->sys = sys;
+  store_init(task);
   *ptask = task;
 
   TVArescode r = TVA_RES_OK;
@@ -168,12 +169,12 @@ TVAAPI TVArescode TVA_resizetask(TVAtask_t task, TVAint32t maxnumcon, TVAint32t 
   TVArescode r = task_check(task);
   if (r != TVA_RES_OK) return r;
   clear_problem(task);
-  task->maxnumcon = maxnumcon > 0 ? maxnumcon : 0;
-  task->maxnumvar = maxnumvar > 0 ? maxnumvar : 0;
-  task->maxnumcone = maxnumcone > 0 ? maxnumcone : 0;
-  task->maxnumanz = maxnumanz > 0 ? maxnumanz : 0;
-  task->maxnumqnz = maxnumqnz > 0 ? maxnumqnz : 0;
-  return TVA_RES_OK;
+  r = store_putmaxnumcon(task, maxnumcon > 0 ? maxnumcon : 0);
+  if (r == TVA_RES_OK) r = store_putmaxnumvar(task, maxnumvar > 0 ? maxnumvar : 0);
+  if (r == TVA_RES_OK) r = store_putmaxnumcone(task, maxnumcone > 0 ? maxnumcone : 0);
+  if (r == TVA_RES_OK) r = store_putmaxnumanz(task, maxnumanz > 0 ? maxnumanz : 0);
+  if (r == TVA_RES_OK) r = store_putmaxnumqnz(task, maxnumqnz > 0 ? maxnumqnz : 0);
+  return r;
 }
 
 TVAAPI TVArescode TVA_clonetask(TVAtask_t task, TVAtask_t* pclone) {
@@ -184,9 +185,9 @@ TVAAPI TVArescode TVA_clonetask(TVAtask_t task, TVAtask_t* pclone) {
   TVAtask_t clone = nullptr;
   r = TVA_maketask(task->env, task->maxnumcon, task->maxnumvar, &clone);
   if (r != TVA_RES_OK) return r;
-  clone->maxnumanz = task->maxnumanz;
-  clone->maxnumcone = task->maxnumcone;
-  clone->maxnumqnz = task->maxnumqnz;
+  r = store_putmaxnumanz(clone, task->maxnumanz);
+  if (r == TVA_RES_OK) r = store_putmaxnumcone(clone, task->maxnumcone);
+  if (r == TVA_RES_OK) r = store_putmaxnumqnz(clone, task->maxnumqnz);
   std::memcpy(clone->iparam, task->iparam, sizeof clone->iparam);
   std::memcpy(clone->dparam, task->dparam, sizeof clone->dparam);
   for (int32 i = 0; i < kNumSpar && r == TVA_RES_OK; ++i) {

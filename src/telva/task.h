@@ -8,6 +8,7 @@
 #include "cpub/sysenv.h"
 #include "telva/catalogue.h"
 #include "telva/env.h"
+#include "telva/store.h"
 #include "telva/streamblock.h"
 
 namespace telva {
@@ -34,6 +35,7 @@ struct TvaTask {
   telva::int32 numcon = 0, numvar = 0, numcone = 0, numbarvar = 0;
   telva::int32 maxnumcon = 0, maxnumvar = 0, maxnumcone = 0, maxnumbarvar = 0;
   telva::int64 maxnumanz = 0, maxnumqnz = 0;
+  telva::ProblemStore store; // everything else of the problem
 
   telva::int32 iparam[telva::kNumIpar] = {0};
   double dparam[telva::kNumDpar] = {0};

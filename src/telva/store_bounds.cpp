@@ -1,0 +1,162 @@
+// Bounds, the linear objective and its constant, the objective sense and the integer marks.
+#include "telva/store_internal.h"
+
+namespace telva {
+
+namespace {
+
+bool has_lower(int32 bk) {
+  return bk == TVA_BK_LO || bk == TVA_BK_FX || bk == TVA_BK_RA;
+}
+bool has_upper(int32 bk) {
+  return bk == TVA_BK_UP || bk == TVA_BK_FX || bk == TVA_BK_RA;
+}
+
+// The checks of one bound in the order the put family gives them; warnings on the way.
+TVArescode check_bound(TvaTask* task, bool con, int32 i, int32 bk, double bl, double bu) {
+  if (bk < 0 || bk > TVA_BK_RA)
+    return con ? TVA_REP(task, ERR_INV_BKC, bk, "bkc") : TVA_REP(task, ERR_INV_BKX, bk, "bkx");
+  if (has_lower(bk) && std::isnan(bl)) return TVA_REP(task, ERR_LOWER_BOUND_IS_A_NAN);
+  if (has_upper(bk) && std::isnan(bu)) return TVA_REP(task, ERR_UPPER_BOUND_IS_A_NAN);
+  const double wrn = task->dparam[TVA_DPAR_DATA_TOL_BOUND_WRN];
+  const double inf = task->dparam[TVA_DPAR_DATA_TOL_BOUND_INF];
+  const char* word = con ? "constraint" : "variable";
+  const char* name = store_getname(task, con ? kNameCon : kNameVar, i);
+  TVArescode r = TVA_RES_OK;
+  if (has_lower(bk) && std::fabs(bl) >= wrn && bl >= -inf)
+    r = TVA_REP(task, WRN_LARGE_LO_BOUND, TVA_WJP_VALUE, bl, word, name, i);
+  if (r == TVA_RES_OK && has_upper(bk) && std::fabs(bu) >= wrn && bu <= inf)
+    r = TVA_REP(task, WRN_LARGE_UP_BOUND, TVA_WJP_VALUE, bu, word, name, i);
+  if (r == TVA_RES_OK && bk == TVA_BK_FX && bl != bu)
+    r = TVA_REP(task, ERR_FIXED_BOUND_VALUES, TVA_WJP_VALUE, bl, TVA_WJP_VALUE, bu);
+  return r;
+}
+
+// Stores a checked bound: the absent side at the infinite value, then a side beyond the
+// infinity tolerance dropped, with the key following.
+void store_one_bound(TvaTask* task, bool con, int32 i, int32 bk, double bl, double bu) {
+  const double inf = task->dparam[TVA_DPAR_DATA_TOL_BOUND_INF];
+  bool lo = has_lower(bk) && bl > -inf;
+  bool up = has_upper(bk) && bu < inf;
+  int32 key;
+  if (bk == TVA_BK_FX && lo && up)
+    key = TVA_BK_FX;
+  else if (lo && up)
+    key = TVA_BK_RA;
+  else if (lo)
+    key = TVA_BK_LO;
+  else if (up)
+    key = TVA_BK_UP;
+  else
+    key = TVA_BK_FR;
+  ProblemStore& s = task->store;
+  (con ? s.bkc : s.bkx)[i] = key;
+  (con ? s.blc : s.blx)[i] = lo ? bl : -kInfinity;
+  (con ? s.buc : s.bux)[i] = up ? (bk == TVA_BK_FX ? bl : bu) : kInfinity;
+}
+
+} // namespace
+
+TVArescode store_putboundlist(TvaTask* task, int32 accmode, int32 num, const int32* sub,
+                              int32 first, const int32* bk, const double* bl, const double* bu) {
+  if (accmode != TVA_ACC_VAR && accmode != TVA_ACC_CON)
+    return TVA_REP(task, ERR_INVALID_ACCMODE, accmode);
+  bool con = accmode == TVA_ACC_CON;
+  int32 count = con ? task->numcon : task->numvar;
+  if (num < 0) return check_count(task, num, "num");
+  if (!sub) {
+    if (first < 0) return TVA_REP(task, ERR_FIRST, first);
+    if (int64(first) + num > count) return TVA_REP(task, ERR_LAST, first + num);
+  }
+  for (int32 t = 0; t < num; ++t) {
+    int32 i = sub ? sub[t] : first + t;
+    TVArescode r = sub ? check_index_arr(task, i, t, count, "sub") : TVA_RES_OK;
+    if (r == TVA_RES_OK) r = check_bound(task, con, i, bk[t], bl[t], bu[t]);
+    if (r != TVA_RES_OK) return r;
+  }
+  for (int32 t = 0; t < num; ++t)
+    store_one_bound(task, con, sub ? sub[t] : first + t, bk[t], bl[t], bu[t]);
+  return TVA_RES_OK;
+}
+
+TVArescode store_putbound(TvaTask* task, int32 accmode, int32 i, int32 bk, double bl, double bu) {
+  if (accmode != TVA_ACC_VAR && accmode != TVA_ACC_CON)
+    return TVA_REP(task, ERR_INVALID_ACCMODE, accmode);
+  bool con = accmode == TVA_ACC_CON;
+  TVArescode r = check_index(task, i, con ? task->numcon : task->numvar, "i");
+  if (r == TVA_RES_OK) r = check_bound(task, con, i, bk, bl, bu);
+  if (r == TVA_RES_OK) store_one_bound(task, con, i, bk, bl, bu);
+  return r;
+}
+
+void store_getbound(const TvaTask* task, int32 accmode, int32 i, int32* bk, double* bl,
+                    double* bu) {
+  const ProblemStore& s = task->store;
+  bool con = accmode == TVA_ACC_CON;
+  if (bk) *bk = (con ? s.bkc : s.bkx)[i];
+  if (bl) *bl = (con ? s.blc : s.blx)[i];
+  if (bu) *bu = (con ? s.buc : s.bux)[i];
+}
+
+namespace {
+
+TVArescode check_c(TvaTask* task, int32 j, double cj) {
+  const char* name = store_getname(task, kNameVar, j);
+  if (std::isnan(cj)) return TVA_REP(task, ERR_NAN_IN_C, name, j);
+  if (std::fabs(cj) > task->dparam[TVA_DPAR_DATA_TOL_C_HUGE])
+    return TVA_REP(task, ERR_HUGE_C, TVA_WJP_VALUE, cj, name, j);
+  if (std::fabs(cj) > task->dparam[TVA_DPAR_DATA_TOL_CJ_LARGE])
+    return TVA_REP(task, WRN_LARGE_CJ, TVA_WJP_VALUE, cj, name, j);
+  return TVA_RES_OK;
+}
+
+} // namespace
+
+TVArescode store_putclist(TvaTask* task, int32 num, const int32* sub, int32 first,
+                          const double* val) {
+  if (num < 0) return check_count(task, num, "num");
+  if (!sub) {
+    if (first < 0) return TVA_REP(task, ERR_FIRST, first);
+    if (int64(first) + num > task->numvar) return TVA_REP(task, ERR_LAST, first + num);
+  }
+  for (int32 t = 0; t < num; ++t) {
+    int32 j = sub ? sub[t] : first + t;
+    TVArescode r = sub ? check_index_arr(task, j, t, task->numvar, "subj") : TVA_RES_OK;
+    if (r == TVA_RES_OK) r = check_c(task, j, val[t]);
+    if (r != TVA_RES_OK) return r;
+  }
+  for (int32 t = 0; t < num; ++t)
+    task->store.c[sub ? sub[t] : first + t] = val[t];
+  return TVA_RES_OK;
+}
+
+TVArescode store_putcj(TvaTask* task, int32 j, double cj) {
+  TVArescode r = check_index(task, j, task->numvar, "j");
+  if (r == TVA_RES_OK) r = check_c(task, j, cj);
+  if (r == TVA_RES_OK) task->store.c[j] = cj;
+  return r;
+}
+
+void store_putcfix(TvaTask* task, double cfix) {
+  task->store.cfix = cfix;
+}
+
+TVArescode store_putobjsense(TvaTask* task, int32 sense) {
+  if (sense < 0 || sense > TVA_OBJECTIVE_SENSE_MAXIMIZE)
+    return TVA_REP(task, ERR_INVALID_OBJECTIVE_SENSE, sense);
+  task->store.objsense = sense;
+  return TVA_RES_OK;
+}
+
+TVArescode store_putvartype(TvaTask* task, int32 j, int32 type) {
+  TVArescode r = check_index(task, j, task->numvar, "j");
+  if (r != TVA_RES_OK) return r;
+  if (type < 0 || type > TVA_VAR_TYPE_INT)
+    return TVA_REP(task, ERR_INV_VAR_TYPE, type, store_getname(task, kNameVar, j), j, "vartype");
+  ProblemStore& s = task->store;
+  s.numintvar += (type == TVA_VAR_TYPE_INT) - (s.vartype[j] == TVA_VAR_TYPE_INT);
+  s.vartype[j] = type;
+  return TVA_RES_OK;
+}
+
+} // namespace telva
