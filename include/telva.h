@@ -1652,6 +1652,35 @@ TVAAPI TVArescode TVA_removecones(TVAtask_t task, TVAint32t num, const TVAint32t
 TVAAPI TVArescode TVA_removebarvars(TVAtask_t task, TVAint32t num, const TVAint32t* subset);
 TVAAPI TVArescode TVA_getprobtype(TVAtask_t task, TVAint32t* probtype);
 
+/* ---- Optimize, progress callback and summaries ------------------------------ */
+/* The progress callback: the task, its handle, a TVA_CALLBACK_* code and the task's live
+   information items (double, integer, long integer). A non-zero answer stops the run. */
+typedef TVAint32t (*TVAcallbackfunc)(TVAtask_t task, void* usrptr, TVAint32t caller,
+                                     const double* douinf, const TVAint32t* intinf,
+                                     const TVAint64t* lintinf);
+/* A termination code goes to *trmcode (which may be null) and the call returns 0. */
+TVAAPI TVArescode TVA_optimizetrm(TVAtask_t task, TVArescode* trmcode);
+/* The same run; the final code is returned as it is, termination codes included. */
+TVAAPI TVArescode TVA_optimize(TVAtask_t task);
+/* A null func switches the callback off. */
+TVAAPI TVArescode TVA_putcallbackfunc(TVAtask_t task, TVAcallbackfunc func, void* handle);
+TVAAPI TVArescode TVA_getcallbackfunc(TVAtask_t task, TVAcallbackfunc* func, void** handle);
+TVAAPI TVArescode TVA_optimizersummary(TVAtask_t task, TVAint32t whichstream);
+TVAAPI TVArescode TVA_solutionsummary(TVAtask_t task, TVAint32t whichstream);
+TVAAPI TVArescode TVA_onesolutionsummary(TVAtask_t task, TVAint32t whichstream,
+                                         TVAint32t whichsol);
+TVAAPI TVArescode TVA_readsummary(TVAtask_t task, TVAint32t whichstream);
+/* A slice of the problem for reading by eye; the eight switches pick the sections:
+   constraints, variables, A, the objective's Q, the constraints' Q, cones, names, bar data. */
+TVAAPI TVArescode TVA_printdata(TVAtask_t task, TVAint32t whichstream, TVAint32t firsti,
+                                TVAint32t lasti, TVAint32t firstj, TVAint32t lastj,
+                                TVAint32t firstk, TVAint32t lastk, TVAint32t c, TVAint32t qo,
+                                TVAint32t a, TVAint32t qc, TVAint32t bc, TVAint32t bx,
+                                TVAint32t vartype, TVAint32t cones);
+/* The statistics file named by TVA_SPAR_STAT_FILE_NAME. */
+TVAAPI TVArescode TVA_startstat(TVAtask_t task);
+TVAAPI TVArescode TVA_appendstat(TVAtask_t task);
+TVAAPI TVArescode TVA_stopstat(TVAtask_t task);
 /* ---- Linear algebra: LU factorization and basis ------------------------------ */
 
 #ifdef __cplusplus

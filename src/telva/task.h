@@ -54,6 +54,15 @@ struct TvaTask {
 
   void* cb_handle = nullptr;
   void* cb_func = nullptr;
+
+  // The optimize driver's run state: starts so far (the log cut applies from the second on),
+  // the termination the event function decided on, whether this run printed its problem
+  // heading, and the start stamps of the whole call and of the optimizer time.
+  telva::int64 optimize_count = 0;
+  telva::int32 stop_code = 0;
+  bool header_printed = false;
+  telva::SysTimer call_start;
+  telva::SysTimer optimizer_start;
   void* resp_handle = nullptr;
   TVAresponsefuncint resp_func = nullptr;
   telva::utf8bld* msgbuilder = nullptr; // response messages are built here
