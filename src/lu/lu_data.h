@@ -151,6 +151,7 @@ int32 lu_col_reserve(lu* f, int32 col, int32 extra);
 void lu_row_remove_slot(lu* f, int32 row, int32 slot);
 void lu_col_remove_slot(lu* f, int32 col, int32 slot);
 int32 lu_build_colfile(lu* f, bool values);
+int32 lu_check_files(const lu* f);
 void lu_uorder_unlink(lu* f, int32 row);
 void lu_uorder_append(lu* f, int32 row);
 // Sparse solve parts (lu_solve_sparse.cpp), shared with the update.

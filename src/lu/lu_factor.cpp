@@ -12,6 +12,8 @@ namespace {
 
 constexpr int32 kNone = -1;
 constexpr double kProgressUnits = 100000.0;
+constexpr double kStrongRatio = 0.25;
+constexpr double kWeakWeight = 4.0;
 
 // Count lists of the active rows and columns: one doubly linked list per count.
 struct CountLists {
@@ -222,6 +224,13 @@ double row_max(lu* f, FactorWork& fw, int32 i) {
   return m;
 }
 
+// A pivot that passes the threshold only narrowly may make multipliers up to 1/tolrpiv, and
+// their products grow U. Such candidates pay a higher Markowitz merit, so that a stronger one
+// of similar sparsity wins.
+inline double weak_weight(double ratio) {
+  return ratio >= kStrongRatio ? 1.0 : kWeakWeight;
+}
+
 // Chooses the next pivot; false when the active matrix holds no acceptable one.
 bool choose_pivot(lu* f, FactorWork& fw, int32* pp, int32* pq, double* work) {
   const bool mode2 = f->pivotmode == 2;
@@ -252,7 +261,7 @@ bool choose_pivot(lu* f, FactorWork& fw, int32* pp, int32* pq, double* work) {
       }
     }
   }
-  double best = 0.0;
+  double best = 0.0, bestratio = 0.0;
   bool found = false;
   int32 inspected = 0;
   int32 bp = -1, bq = -1;
@@ -279,10 +288,14 @@ bool choose_pivot(lu* f, FactorWork& fw, int32* pp, int32* pq, double* work) {
           if (a < thr) continue;
           int32 i = f->csub[s];
           if (mode2 && a < f->tolrpiv * row_max(f, fw, i)) continue;
-          double merit = (double)(f->uuser[i] - 1) * km1;
-          if (!found || merit < best) {
+          double ratio = a / cm;
+          double merit = (double)(f->uuser[i] - 1) * km1 * weak_weight(ratio);
+          // On equal merit the entry that is larger relative to its column wins: it keeps
+          // the multipliers, and with them the growth of U, smaller.
+          if (!found || merit < best || (merit == best && ratio > bestratio)) {
             found = true;
             best = merit;
+            bestratio = ratio;
             bp = i;
             bq = j;
           }
@@ -305,14 +318,17 @@ bool choose_pivot(lu* f, FactorWork& fw, int32* pp, int32* pq, double* work) {
           int32 c = f->uusec[j];
           if (c <= k || fw.cols.key[j] == kNone) continue;
           double a = std::fabs(f->rval[s]);
-          double thr = f->tolrpiv * column_max(f, fw, j);
+          double cm = column_max(f, fw, j);
+          double thr = f->tolrpiv * cm;
           if (thr < f->tolapiv) thr = f->tolapiv;
           if (a < thr) continue;
           if (mode2 && a < f->tolrpiv * rm) continue;
-          double merit = (double)(c - 1) * km1;
-          if (!found || merit < best) {
+          double ratio = a / cm;
+          double merit = (double)(c - 1) * km1 * weak_weight(ratio);
+          if (!found || merit < best || (merit == best && ratio > bestratio)) {
             found = true;
             best = merit;
+            bestratio = ratio;
             bp = i;
             bq = j;
           }
@@ -345,6 +361,7 @@ inline bool push_l(lu* f, int32 row, double val) {
 int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
   fw.rows.remove(p);
   fw.cols.remove(q);
+  f->invq[q] = p;
   // The pivot row leaves the column pattern; its values stay in the row file as U.
   int32 np = 0;
   double piv = 0.0;
@@ -376,6 +393,7 @@ int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
     for (int32 s = b; s < e; ++s) {
       fw.crow[nc] = f->csub[s];
       fw.cv[nc] = f->rval[f->posr[s]];
+      f->posc[f->posr[s]] = -1; // the column's slots are given up now
       nc++;
     }
     f->uusec[q] = 0;
