@@ -427,8 +427,11 @@ int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
         if (fw.stamp[j] != 1) continue;
         fw.stamp[j] = 2;
         met++;
-        double v = f->rval[s] - l * fw.w[j];
-        if (std::fabs(v) <= f->toldrop) {
+        double a = f->rval[s], t = l * fw.w[j];
+        double v = a - t;
+        // Only a sum that cancels to rounding level of its terms is dropped: an absolute
+        // drop of small but genuine values would cost accuracy when x is large.
+        if (std::fabs(v) <= f->tolrelcancel * (std::fabs(a) + std::fabs(t))) {
           lu_col_remove_slot(f, j, f->posc[s]);
           lu_row_remove_slot(f, i, s);
         } else {
@@ -442,7 +445,7 @@ int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
           int32 j = fw.prow[k];
           if (fw.stamp[j] != 1) continue;
           double v = -l * fw.w[j];
-          if (std::fabs(v) <= f->toldrop) continue;
+          if (v == 0.0) continue;
           if (int32 st = lu_col_reserve(f, j, 1)) return st;
           int32 rs = f->ufirr[i] + f->uuser[i]++;
           int32 cs = f->ufirc[j] + f->uusec[j]++;

@@ -176,7 +176,9 @@ int32 lu_updatefromcolumn(lu* f, int32 oldcol, int32 newcol, int32 nz, const int
     if (f->spkval[i] == 0.0 && val[t] != 0.0) f->spkidx[snz++] = i;
     f->spkval[i] += val[t];
   }
-  lu_ftranspike(f, &snz, f->spkidx, f->spkval);
+  // The spike is formed without the solve drop tolerance: what it loses, the basis loses.
+  lu_sparse_lower(f, &snz, f->spkidx, f->spkval, 0.0);
+  lu_sparse_etas(f, &snz, f->spkidx, f->spkval);
   int32 st = lu_update(f, oldcol, newcol, snz, f->spkidx, f->spkval);
   for (int32 t = 0; t < snz; ++t)
     f->spkval[f->spkidx[t]] = 0.0;
