@@ -159,8 +159,7 @@ TEST(Lifecycle, DeletedTaskIsRefusedAsInvalid) {
   HookState st;
   st.keep_freed = true;
   TVAenv_t env = nullptr;
-  ASSERT_EQ(TVA_makeenvalloc(&env, &st, hook_malloc, hook_calloc, hook_realloc, hook_free,
-                             nullptr),
+  ASSERT_EQ(TVA_makeenvalloc(&env, &st, hook_malloc, hook_calloc, hook_realloc, hook_free, nullptr),
             TVA_RES_OK);
   TVAtask_t task = nullptr, stale = nullptr;
   ASSERT_EQ(TVA_maketask(env, 0, 0, &task), TVA_RES_OK);
@@ -189,9 +188,9 @@ TEST(Lifecycle, FailingAllocatorLeavesNothingBehind) {
   HookState probe;
   TVAenv_t env = nullptr;
   TVAtask_t task = nullptr;
-  ASSERT_EQ(TVA_makeenvalloc(&env, &probe, hook_malloc, hook_calloc, hook_realloc, hook_free,
-                             nullptr),
-            TVA_RES_OK);
+  ASSERT_EQ(
+      TVA_makeenvalloc(&env, &probe, hook_malloc, hook_calloc, hook_realloc, hook_free, nullptr),
+      TVA_RES_OK);
   long env_calls = probe.calls;
   ASSERT_EQ(TVA_maketask(env, 10, 10, &task), TVA_RES_OK);
   long task_calls = probe.calls - env_calls;
@@ -204,8 +203,7 @@ TEST(Lifecycle, FailingAllocatorLeavesNothingBehind) {
     HookState st;
     st.budget = n;
     TVAenv_t e = reinterpret_cast<TVAenv_t>(1);
-    EXPECT_EQ(TVA_makeenvalloc(&e, &st, hook_malloc, hook_calloc, hook_realloc, hook_free,
-                               nullptr),
+    EXPECT_EQ(TVA_makeenvalloc(&e, &st, hook_malloc, hook_calloc, hook_realloc, hook_free, nullptr),
               TVA_RES_ERR_SPACE)
         << n;
     EXPECT_EQ(e, nullptr);
@@ -214,8 +212,7 @@ TEST(Lifecycle, FailingAllocatorLeavesNothingBehind) {
   for (long n = 0; n < task_calls; ++n) {
     HookState st;
     TVAenv_t e = nullptr;
-    ASSERT_EQ(TVA_makeenvalloc(&e, &st, hook_malloc, hook_calloc, hook_realloc, hook_free,
-                               nullptr),
+    ASSERT_EQ(TVA_makeenvalloc(&e, &st, hook_malloc, hook_calloc, hook_realloc, hook_free, nullptr),
               TVA_RES_OK);
     long live_env = st.live;
     st.budget = st.calls + n;

@@ -32,14 +32,17 @@ std::vector<double> sparse_solve(lu* f, const std::vector<double>& rhs, bool tra
     if (rhs[i] != 0.0) idx.push_back(i);
   int32 nz = (int32)idx.size();
   idx.resize(n);
-  if (transposed)
-    EXPECT_EQ(lu_btransparse(f, 0.0, &nz, idx.data(), val.data()), 0);
-  else
+  if (transposed) {
+    EXPECT_EQ(lu_btransparse(f, -1.0, &nz, idx.data(), val.data()), 0);
+  } else {
     EXPECT_EQ(lu_ftransparse(f, &nz, idx.data(), val.data()), 0);
+  }
   std::set<int32> listed(idx.begin(), idx.begin() + nz);
   EXPECT_EQ((int32)listed.size(), nz) << "index listed twice";
   for (int32 i = 0; i < n; ++i) {
-    if (val[i] != 0.0) EXPECT_TRUE(listed.count(i)) << "nonzero " << i << " not listed";
+    if (val[i] != 0.0) {
+      EXPECT_TRUE(listed.count(i)) << "nonzero " << i << " not listed";
+    }
   }
   return val;
 }
