@@ -59,7 +59,11 @@ struct FactorWork {
   int32* prow = nullptr;  // columns of the pivot row
   int32* crow = nullptr;  // rows of the pivot column
   double* cv = nullptr;   // values of the pivot column
-  int32* stamp = nullptr; // per column: 1 in the pivot row, 2 once met in the updated row
+  // Per column: at least the pivot's tick when in the pivot row, the row's tick once met in
+  // the row being updated. Ticks only grow, so nothing is reset between rows.
+  int32* stamp = nullptr;
+  int32 tick = 0;
+  int32* cslot = nullptr; // row-file slots of the pivot column's entries
 
   ~FactorWork() {
     if (ibuf) TVA_SYS_FREE(sys, ibuf);
@@ -68,7 +72,7 @@ struct FactorWork {
   bool alloc(sysenv* s, int32 nrow, int32 ncol) {
     sys = s;
     int64 ni = (int64)(ncol + 2) + 3 * (int64)nrow + (int64)(nrow + 2) + 3 * (int64)ncol + ncol +
-               nrow + ncol;
+               nrow + ncol + nrow;
     int64 nd = (int64)ncol + nrow + ncol + nrow;
     ibuf = TVA_SYS_ALLOC(s, int32, (size_t)(ni + 1));
     dbuf = TVA_SYS_ALLOC(s, double, (size_t)(nd + 1));
@@ -87,6 +91,7 @@ struct FactorWork {
     prow = p, p += ncol;
     crow = p, p += nrow;
     stamp = p, p += ncol;
+    cslot = p, p += nrow;
     double* d = dbuf;
     cmax = d, d += ncol;
     rmax = d, d += nrow;
@@ -365,6 +370,12 @@ int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
   // The pivot row leaves the column pattern; its values stay in the row file as U.
   int32 np = 0;
   double piv = 0.0;
+  if (fw.tick > 0x7fff0000 - f->nrow) {
+    for (int32 j = 0; j < f->ncol; ++j)
+      fw.stamp[j] = 0;
+    fw.tick = 0;
+  }
+  const int32 t0 = ++fw.tick;
   {
     int32 b = f->ufirr[p], e = b + f->uuser[p];
     int32 pivslot = -1;
@@ -380,7 +391,7 @@ int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
       } else {
         fw.prow[np++] = j;
         fw.w[j] = f->rval[s];
-        fw.stamp[j] = 1;
+        fw.stamp[j] = t0;
       }
     }
     lu_row_remove_slot(f, p, pivslot);
@@ -393,6 +404,7 @@ int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
     for (int32 s = b; s < e; ++s) {
       fw.crow[nc] = f->csub[s];
       fw.cv[nc] = f->rval[f->posr[s]];
+      fw.cslot[nc] = f->posr[s];
       f->posc[f->posr[s]] = -1; // the column's slots are given up now
       nc++;
     }
@@ -409,14 +421,15 @@ int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
     double l = fw.cv[t] / piv;
     if (!push_l(f, i, l)) return kLuStorage;
     fw.rmax[i] = -1.0;
-    // Remove (i, q) from row i; the column entry is already gone.
+    // Remove (i, q) from row i; the column entry is already gone. The slot noted above is
+    // still right unless a compaction moved the row since.
     int32 b = f->ufirr[i], e = b + f->uuser[i];
-    for (int32 s = b; s < e; ++s)
-      if (f->rsub[s] == q) {
-        f->posc[s] = -1;
-        lu_row_remove_slot(f, i, s);
-        break;
+    int32 qs = fw.cslot[t];
+    if (qs < b || qs >= e || f->rsub[qs] != q)
+      for (qs = b; qs < e && f->rsub[qs] != q; ++qs) {
       }
+    lu_row_remove_slot(f, i, qs);
+    const int32 ti = ++fw.tick;
     if (np > 0) {
       // Update the existing entries from the end, so that a removal does not skip one.
       b = f->ufirr[i];
@@ -424,8 +437,8 @@ int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
       int32 met = 0;
       for (int32 s = e - 1; s >= b; --s) {
         int32 j = f->rsub[s];
-        if (fw.stamp[j] != 1) continue;
-        fw.stamp[j] = 2;
+        if (fw.stamp[j] < t0) continue;
+        fw.stamp[j] = ti;
         met++;
         double a = f->rval[s], t = l * fw.w[j];
         double v = a - t;
@@ -443,7 +456,7 @@ int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
         if (int32 st = lu_row_reserve(f, i, fill)) return st;
         for (int32 k = 0; k < np; ++k) {
           int32 j = fw.prow[k];
-          if (fw.stamp[j] != 1) continue;
+          if (fw.stamp[j] == ti) continue;
           double v = -l * fw.w[j];
           if (v == 0.0) continue;
           if (int32 st = lu_col_reserve(f, j, 1)) return st;
@@ -456,8 +469,6 @@ int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
           f->posr[cs] = rs;
         }
       }
-      for (int32 k = 0; k < np; ++k)
-        fw.stamp[fw.prow[k]] = 1;
     }
     fw.rows.rekey(i, f->uuser[i]);
   }
@@ -468,7 +479,6 @@ int32 eliminate(lu* f, FactorWork& fw, int32 p, int32 q, double* work) {
   }
   for (int32 k = 0; k < np; ++k) {
     int32 j = fw.prow[k];
-    fw.stamp[j] = 0;
     fw.cols.rekey(j, f->uusec[j]);
   }
   f->q[p] = q;
