@@ -13,7 +13,7 @@ namespace {
 constexpr int32 kNone = -1;
 constexpr double kProgressUnits = 100000.0;
 constexpr double kStrongRatio = 0.25;
-constexpr double kWeakWeight = 4.0;
+constexpr double kWeakWeight = 10.0;
 
 // Count lists of the active rows and columns: one doubly linked list per count.
 struct CountLists {
