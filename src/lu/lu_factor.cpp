@@ -513,6 +513,8 @@ int32 lu_factor(lu* f) {
   if (f->progress && f->progress(f->progress_handle, 0, 0, 0)) return kLuCancelled;
   st = setup_files(f);
   if (st) return st;
+  // The old pivot order was used for the layout; from here on it is being overwritten.
+  f->orderisvalid = false;
   if (!lu_grow_set(f->sys, &f->lcolcap, (int64)nrow + 2, &f->lpiv, &f->lstart)) return kLuNoMemory;
   f->lstart[0] = 0;
   f->lstart[1] = 0;
