@@ -44,8 +44,8 @@ int32 lu_alloc(sysenv* sys, int32 maxnrow, int32 maxncol, lu** out) {
   f->uusec = alloc_array<int32>(sys, maxncol, &ok);
   f->invq = alloc_array<int32>(sys, maxncol, &ok);
   f->pivorder = alloc_array<int32>(sys, maxnrow, &ok);
-  f->upermf = alloc_array<int32>(sys, maxnrow, &ok);
-  f->upermb = alloc_array<int32>(sys, maxnrow, &ok);
+  f->useq = alloc_array<int32>(sys, (int64)maxnrow + f->mlu + 1, &ok);
+  f->useqpos = alloc_array<int32>(sys, maxnrow, &ok);
   f->lcolofrow = alloc_array<int32>(sys, maxnrow, &ok);
   f->lrstart = alloc_array<int32>(sys, (int64)maxnrow + 1, &ok);
   f->etarow = alloc_array<int32>(sys, f->mlu, &ok);
@@ -91,8 +91,8 @@ void lu_free(lu** plu) {
   free_array(sys, &f->cval);
   free_array(sys, &f->posr);
   free_array(sys, &f->pivorder);
-  free_array(sys, &f->upermf);
-  free_array(sys, &f->upermb);
+  free_array(sys, &f->useq);
+  free_array(sys, &f->useqpos);
   free_array(sys, &f->lpiv);
   free_array(sys, &f->lstart);
   free_array(sys, &f->lsub);

@@ -50,10 +50,13 @@ struct lu {
   int32* posr = nullptr;
   int32 ccap = 0, uendc = 0;
 
-  // Pivot order of the rows, and the U order as a doubly linked list over rows.
+  // Pivot order of the rows, and the U order as a sequence of rows: an update moves a row to
+  // the end and leaves -1 at its old place. Solves walk the array rather than a linked list,
+  // so that the loads of consecutive rows do not wait on each other.
   int32* pivorder = nullptr;
-  int32 *upermf = nullptr, *upermb = nullptr;
-  int32 upermfirst = 0, upermlast = 0;
+  int32* useq = nullptr;    // maxnrow + mlu + 1
+  int32* useqpos = nullptr; // place of each row in useq
+  int32 nuseq = 0;
   bool orderisvalid = false;
 
   // L: column etas in creation order; lpiv[k] is the pivot row of L column k.

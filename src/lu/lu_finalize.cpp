@@ -42,7 +42,7 @@ int32 lu_finalize(lu* f) {
   f->nzu = 0;
   for (int32 i = 0; i < nrow; ++i)
     f->nzu += f->uuser[i];
-  f->upermfirst = f->upermlast = nrow;
+  f->nuseq = 0;
   for (int32 k = 0; k < nrow; ++k)
     lu_uorder_append(f, f->pivorder[k]);
   f->lupds = 0;

@@ -32,8 +32,9 @@ void etas_dense(const lu* f, double* x) {
 // becomes zero and the guard is reported.
 bool upper_dense(const lu* f, double* x, double* y, double ratio) {
   bool hit = false;
-  int32 n = f->nrow;
-  for (int32 p = f->upermlast; p != n; p = f->upermb[p]) {
+  for (int32 t = f->nuseq - 1; t >= 0; --t) {
+    int32 p = f->useq[t];
+    if (p < 0) continue;
     double v = x[p];
     x[p] = 0.0;
     for (int32 s = f->ufirr[p], e = s + f->uuser[p]; s < e; ++s)
@@ -63,8 +64,9 @@ int32 lu_ftranguarded(lu* f, double ratio, double* x, double* y) {
 
 int32 lu_btran(lu* f, double* x, double* y) {
   if (f->factormode != kLuFactored) return kLuNotFactorized;
-  int32 n = f->nrow;
-  for (int32 p = f->upermfirst; p != n; p = f->upermf[p]) {
+  for (int32 t = 0; t < f->nuseq; ++t) {
+    int32 p = f->useq[t];
+    if (p < 0) continue;
     int32 j = f->q[p];
     double v = x[j] / f->diag[p];
     x[j] = 0.0;

@@ -164,7 +164,9 @@ void upper_sparse(lu* f, double droprel, double relcancel, int32* nz, int32* idx
   int32 out = 0;
   if (cnt < 0) {
     // Plain row-oriented loop along the U order.
-    for (int32 p = f->upermlast; p != n; p = f->upermb[p]) {
+    for (int32 t = f->nuseq - 1; t >= 0; --t) {
+      int32 p = f->useq[t];
+      if (p < 0) continue;
       double v = val[p];
       val[p] = 0.0;
       for (int32 s = f->ufirr[p], e = s + f->uuser[p]; s < e; ++s)

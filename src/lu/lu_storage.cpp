@@ -274,27 +274,12 @@ int32 lu_build_colfile(lu* f, bool values) {
 }
 
 void lu_uorder_unlink(lu* f, int32 row) {
-  int32 n = f->nrow;
-  int32 nx = f->upermf[row], pv = f->upermb[row];
-  if (pv == n)
-    f->upermfirst = nx;
-  else
-    f->upermf[pv] = nx;
-  if (nx == n)
-    f->upermlast = pv;
-  else
-    f->upermb[nx] = pv;
+  f->useq[f->useqpos[row]] = -1;
 }
 
 void lu_uorder_append(lu* f, int32 row) {
-  int32 n = f->nrow;
-  f->upermf[row] = n;
-  f->upermb[row] = f->upermlast;
-  if (f->upermlast == n)
-    f->upermfirst = row;
-  else
-    f->upermf[f->upermlast] = row;
-  f->upermlast = row;
+  f->useqpos[row] = f->nuseq;
+  f->useq[f->nuseq++] = row;
 }
 
 } // namespace telva
