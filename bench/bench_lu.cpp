@@ -123,10 +123,15 @@ void lu_table(sysenv* sys) {
     lu* f = nullptr;
     lu_alloc(sys, c.n, c.n, &f);
     lu_settol(f, 2, c.tolrpiv);
-    double t0 = sysenv_seconds(sys);
-    lu_putmatrix(f, b.ptr.data(), b.sub.data(), b.val.data());
-    int32 st = lu_factor(f);
-    double tfac = sysenv_seconds(sys) - t0;
+    // The machine is shared: the best of up to three runs is reported.
+    double tfac = 1e30, t0 = 0.0;
+    int32 st = 0;
+    for (int run = 0; run < 3 && (run == 0 || tfac < 1.0); ++run) {
+      t0 = sysenv_seconds(sys);
+      lu_putmatrix(f, b.ptr.data(), b.sub.data(), b.val.data());
+      st = lu_factor(f);
+      tfac = std::min(tfac, sysenv_seconds(sys) - t0);
+    }
     if (st || !lu_isfactored(f)) {
       std::printf("%-18s %8d  factorization failed (%d)\n", c.name, c.n, st);
       lu_free(&f);
@@ -157,13 +162,17 @@ void lu_table(sysenv* sys) {
     if (c.n <= 3000) {
       int n = c.n, lda = c.n, info = 0, one = 1;
       std::vector<double> a((size_t)n * n, 0.0);
-      for (int32 j = 0; j < n; ++j)
-        for (int32 k = b.ptr[j]; k < b.ptr[j + 1]; ++k)
-          a[(size_t)j * n + b.sub[k]] = b.val[k];
       std::vector<int> ipiv(n);
-      t0 = sysenv_seconds(sys);
-      dgetrf_(&n, &n, a.data(), &lda, ipiv.data(), &info);
-      double tdf = sysenv_seconds(sys) - t0;
+      double tdf = 1e30;
+      for (int run = 0; run < 3; ++run) {
+        std::fill(a.begin(), a.end(), 0.0);
+        for (int32 j = 0; j < n; ++j)
+          for (int32 k = b.ptr[j]; k < b.ptr[j + 1]; ++k)
+            a[(size_t)j * n + b.sub[k]] = b.val[k];
+        t0 = sysenv_seconds(sys);
+        dgetrf_(&n, &n, a.data(), &lda, ipiv.data(), &info);
+        tdf = std::min(tdf, sysenv_seconds(sys) - t0);
+      }
       std::vector<double> xd(rhs);
       t0 = sysenv_seconds(sys);
       dgetrs_("N", &n, &one, a.data(), &lda, ipiv.data(), xd.data(), &lda, &info, 1);
@@ -206,28 +215,32 @@ void hypersparse_table(sysenv* sys) {
     std::vector<int32> rows(reps);
     for (auto& r : rows)
       r = (int32)(rng() % n);
-    double nzsum = 0;
-    t0 = sysenv_seconds(sys);
-    for (int32 r : rows) {
-      val[r] = 1.0;
-      idx[0] = r;
-      int32 nz = 1;
-      lu_ftransparse(f, &nz, idx.data(), val.data());
-      nzsum += nz;
-      for (int32 t = 0; t < nz; ++t)
-        val[idx[t]] = 0.0;
+    double nzsum = 0, tft = 1e30, tbt = 1e30;
+    // Best of five batches: the machine is shared.
+    for (int batch = 0; batch < 5; ++batch) {
+      nzsum = 0;
+      double t0 = sysenv_seconds(sys);
+      for (int32 r : rows) {
+        val[r] = 1.0;
+        idx[0] = r;
+        int32 nz = 1;
+        lu_ftransparse(f, &nz, idx.data(), val.data());
+        nzsum += nz;
+        for (int32 t = 0; t < nz; ++t)
+          val[idx[t]] = 0.0;
+      }
+      tft = std::min(tft, (sysenv_seconds(sys) - t0) / reps);
+      t0 = sysenv_seconds(sys);
+      for (int32 r : rows) {
+        val[r] = 1.0;
+        idx[0] = r;
+        int32 nz = 1;
+        lu_btransparse(f, -1.0, &nz, idx.data(), val.data());
+        for (int32 t = 0; t < nz; ++t)
+          val[idx[t]] = 0.0;
+      }
+      tbt = std::min(tbt, (sysenv_seconds(sys) - t0) / reps);
     }
-    double tft = (sysenv_seconds(sys) - t0) / reps;
-    t0 = sysenv_seconds(sys);
-    for (int32 r : rows) {
-      val[r] = 1.0;
-      idx[0] = r;
-      int32 nz = 1;
-      lu_btransparse(f, -1.0, &nz, idx.data(), val.data());
-      for (int32 t = 0; t < nz; ++t)
-        val[idx[t]] = 0.0;
-    }
-    double tbt = (sysenv_seconds(sys) - t0) / reps;
     int dreps = std::max(5, 2000000 / n);
     t0 = sysenv_seconds(sys);
     for (int d = 0; d < dreps; ++d) {
