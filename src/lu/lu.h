@@ -100,6 +100,10 @@ int32 lu_completewithslacks(lu* f, double pivotvalue, int32* map);
 // Pivot row of a position and the diagonal of that row (col = ncol when unpaired).
 int32 lu_getpivot(const lu* f, int32 row, int32* col, double* diag);
 int32 lu_pivotrange(const lu* f, double* mindiag, double* maxdiag, double* maxl, double* maxu);
+// The same with the row etas in maxl and each U entry divided by its row's diagonal; 22
+// unless the factorization has full rank.
+int32 lu_pivotrangescaled(const lu* f, double* mindiag, double* maxdiag, double* maxl,
+                          double* maxu);
 
 // ---- solves (lu_solve_dense.cpp, lu_solve_sparse.cpp) ----
 // B y = x: x (row space) is destroyed to all zero, y (positions) is the result.

@@ -98,21 +98,6 @@ struct lu {
   double* work2 = nullptr;
 };
 
-// Grows a typed array to at least n entries (keeping contents); false on no memory.
-template <class T> bool lu_grow(sysenv* sys, T** arr, int32* cap, int64 n) {
-  if (n <= *cap) return true;
-  int64 nc = (int64)*cap * 2;
-  if (nc < n) nc = n;
-  if (nc < 16) nc = 16;
-  if (nc > 0x7fffffff) nc = 0x7fffffff;
-  if (nc < n) return false;
-  void* p = sysenv_realloc(sys, TVA_HERE, *arr, (size_t)nc, sizeof(T));
-  if (!p) return false;
-  *arr = static_cast<T*>(p);
-  *cap = (int32)nc;
-  return true;
-}
-
 // Grows parallel arrays together to at least n entries; *cap is their common capacity.
 inline int64 lu_newcap(int32 cap, int64 n) {
   int64 nc = (int64)cap * 2;

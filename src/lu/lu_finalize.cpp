@@ -117,4 +117,23 @@ int32 lu_pivotrange(const lu* f, double* mindiag, double* maxdiag, double* maxl,
   return kLuOk;
 }
 
+int32 lu_pivotrangescaled(const lu* f, double* mindiag, double* maxdiag, double* maxl,
+                          double* maxu) {
+  if (f->factormode != kLuFactored || f->stpf < f->nrow) return kLuNotFullRank;
+  int32 st = lu_pivotrange(f, mindiag, maxdiag, maxl, nullptr);
+  if (st) return st;
+  if (maxl) {
+    for (int32 s = 0; s < f->etastart[f->lupds]; ++s)
+      *maxl = std::fmax(*maxl, std::fabs(f->etaval[s]));
+  }
+  if (maxu) {
+    double m = 0.0;
+    for (int32 i = 0; i < f->nrow; ++i)
+      for (int32 s = f->ufirr[i]; s < f->ufirr[i] + f->uuser[i]; ++s)
+        m = std::fmax(m, std::fabs(f->rval[s] / f->diag[i]));
+    *maxu = m;
+  }
+  return kLuOk;
+}
+
 } // namespace telva

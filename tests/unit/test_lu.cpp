@@ -107,6 +107,12 @@ TEST(LuFactor, DenseRandomMatrixAndPivotModeTwo) {
     double mn, mx, ml, mu;
     ASSERT_EQ(lu_pivotrange(f, &mn, &mx, &ml, &mu), 0);
     EXPECT_LE(ml, 10.0 + 1e-12);
+    // Pivot mode 2 also bounds U relative to the diagonal of its row.
+    double smu;
+    ASSERT_EQ(lu_pivotrangescaled(f, nullptr, nullptr, nullptr, &smu), 0);
+    if (mode == 2) {
+      EXPECT_LE(smu, 10.0 + 1e-12);
+    }
     int32 pm;
     double rp, ap;
     ASSERT_EQ(lu_lastpivotsettings(f, &pm, &rp, &ap), 0);
@@ -250,6 +256,7 @@ TEST(LuEdge, TinyDiagonalIsNoPivotAndSlackCompletionTakesItsPlace) {
   lu_rank(f, &rank);
   EXPECT_EQ(rank, n - 1);
   EXPECT_FALSE(lu_isfactored(f));
+  EXPECT_EQ(lu_pivotrangescaled(f, nullptr, nullptr, nullptr, nullptr), kLuNotFullRank);
   double tmp[6] = {0}, out[6];
   EXPECT_EQ(lu_ftran(f, tmp, out), kLuNotFactorized);
   std::vector<int32> map(n);
