@@ -8,12 +8,41 @@ namespace telva {
 
 namespace {
 
-// Lays the row file out again in row order, with room for `need` more slots at its end.
-int32 compact_rows(lu* f, int64 need) {
+// One of the two files seen through its own fields, so that rows and columns share one
+// implementation: `pos` points from this file's slots into the partner file, and
+// `partner_pos` points back.
+struct LineFile {
+  int32 nlines;       // lines in this file
+  int32 linemax;      // the longest a line can get: the other dimension
+  int32* first;       // start slot of each line
+  int32* room;        // slots reserved for each line
+  int32* used;        // slots in use by each line
+  int32*& sub;        // index of each entry in its line's partner dimension
+  double*& val;       // value of each entry
+  int32*& pos;        // slot of the same entry in the partner file, -1 for none
+  int32* partner_pos; // the partner file's back pointers into this file
+  int32& cap;         // slots allocated
+  int32& end;         // first slot behind the last line
+  int64& moves;       // lines moved to the end (statistics)
+};
+
+LineFile row_file(lu* f) {
+  return {f->nrow, f->ncol, f->ufirr, f->uszer, f->uuser, f->rsub,
+          f->rval, f->posc, f->posr,  f->rcap,  f->uendr, f->nrowmoves};
+}
+
+LineFile col_file(lu* f) {
+  return {f->ncol, f->nrow, f->ufirc, f->uszec, f->uusec, f->csub,
+          f->cval, f->posr, f->posc,  f->ccap,  f->uendc, f->ncolmoves};
+}
+
+// Lays a file out again in line order, with room for `need` more slots at its end; the file
+// doubles when less than a quarter of it would stay free.
+int32 compact(lu* f, LineFile& lf, int64 need) {
   int64 used = 0;
-  for (int32 i = 0; i < f->nrow; ++i)
-    used += f->uszer[i];
-  int64 cap = f->rcap;
+  for (int32 i = 0; i < lf.nlines; ++i)
+    used += lf.room[i];
+  int64 cap = lf.cap;
   if (used + need > cap * 3 / 4) cap = 2 * (used + need) + 16;
   if (cap > 0x7fffffff) return kLuStorage;
   int32* nsub = TVA_SYS_ALLOC(f->sys, int32, (size_t)cap);
@@ -26,188 +55,66 @@ int32 compact_rows(lu* f, int64 need) {
     return kLuStorage;
   }
   int32 end = 0;
-  for (int32 i = 0; i < f->nrow; ++i) {
-    int32 b = f->ufirr[i], n = f->uuser[i];
+  for (int32 i = 0; i < lf.nlines; ++i) {
+    int32 b = lf.first[i], n = lf.used[i];
     for (int32 k = 0; k < n; ++k) {
-      nsub[end + k] = f->rsub[b + k];
-      nval[end + k] = f->rval[b + k];
-      int32 pc = f->posc[b + k];
-      npos[end + k] = pc;
-      if (pc >= 0) f->posr[pc] = end + k;
+      nsub[end + k] = lf.sub[b + k];
+      nval[end + k] = lf.val[b + k];
+      int32 partner = lf.pos[b + k];
+      npos[end + k] = partner;
+      if (partner >= 0) lf.partner_pos[partner] = end + k;
     }
-    f->ufirr[i] = end;
-    end += f->uszer[i];
+    lf.first[i] = end;
+    end += lf.room[i];
   }
-  if (f->rsub) TVA_SYS_FREE(f->sys, f->rsub);
-  if (f->rval) TVA_SYS_FREE(f->sys, f->rval);
-  if (f->posc) TVA_SYS_FREE(f->sys, f->posc);
-  f->rsub = nsub;
-  f->rval = nval;
-  f->posc = npos;
-  f->rcap = (int32)cap;
-  f->uendr = end;
+  if (lf.sub) TVA_SYS_FREE(f->sys, lf.sub);
+  if (lf.val) TVA_SYS_FREE(f->sys, lf.val);
+  if (lf.pos) TVA_SYS_FREE(f->sys, lf.pos);
+  lf.sub = nsub;
+  lf.val = nval;
+  lf.pos = npos;
+  lf.cap = (int32)cap;
+  lf.end = end;
   f->ngarbage++;
   return kLuOk;
 }
 
-int32 compact_cols(lu* f, int64 need) {
-  int64 used = 0;
-  for (int32 j = 0; j < f->ncol; ++j)
-    used += f->uszec[j];
-  int64 cap = f->ccap;
-  if (used + need > cap * 3 / 4) cap = 2 * (used + need) + 16;
-  if (cap > 0x7fffffff) return kLuStorage;
-  int32* nsub = TVA_SYS_ALLOC(f->sys, int32, (size_t)cap);
-  double* nval = TVA_SYS_ALLOC(f->sys, double, (size_t)cap);
-  int32* npos = TVA_SYS_ALLOC(f->sys, int32, (size_t)cap);
-  if (!nsub || !nval || !npos) {
-    if (nsub) TVA_SYS_FREE(f->sys, nsub);
-    if (nval) TVA_SYS_FREE(f->sys, nval);
-    if (npos) TVA_SYS_FREE(f->sys, npos);
-    return kLuStorage;
+// Makes room for `extra` more entries in a line: a line that outgrows its segment moves to
+// the end of the file, after a compaction when the end has no room left.
+int32 reserve(lu* f, LineFile lf, int32 line, int32 extra) {
+  int32 len = lf.used[line];
+  if (len + extra <= lf.room[line]) return kLuOk;
+  int32 cap = lu_linecap(len + extra, lf.linemax);
+  if ((int64)lf.end + cap > lf.cap) {
+    // Compact with the line cut to its entries and room for its new segment at the end; the
+    // move below then always fits.
+    lf.room[line] = len;
+    int32 st = compact(f, lf, cap);
+    if (st != kLuOk) return st;
   }
-  int32 end = 0;
-  for (int32 j = 0; j < f->ncol; ++j) {
-    int32 b = f->ufirc[j], n = f->uusec[j];
-    for (int32 k = 0; k < n; ++k) {
-      nsub[end + k] = f->csub[b + k];
-      nval[end + k] = f->cval[b + k];
-      int32 pr = f->posr[b + k];
-      npos[end + k] = pr;
-      if (pr >= 0) f->posc[pr] = end + k;
-    }
-    f->ufirc[j] = end;
-    end += f->uszec[j];
+  int32 b = lf.end, ob = lf.first[line];
+  for (int32 k = 0; k < len; ++k) {
+    lf.sub[b + k] = lf.sub[ob + k];
+    lf.val[b + k] = lf.val[ob + k];
+    int32 partner = lf.pos[ob + k];
+    lf.pos[b + k] = partner;
+    if (partner >= 0) lf.partner_pos[partner] = b + k;
   }
-  if (f->csub) TVA_SYS_FREE(f->sys, f->csub);
-  if (f->cval) TVA_SYS_FREE(f->sys, f->cval);
-  if (f->posr) TVA_SYS_FREE(f->sys, f->posr);
-  f->csub = nsub;
-  f->cval = nval;
-  f->posr = npos;
-  f->ccap = (int32)cap;
-  f->uendc = end;
-  f->ngarbage++;
+  lf.first[line] = b;
+  lf.room[line] = cap;
+  lf.end += cap;
+  lf.moves++;
   return kLuOk;
 }
 
 } // namespace
 
 int32 lu_row_reserve(lu* f, int32 row, int32 extra) {
-  int32 len = f->uuser[row];
-  if (len + extra <= f->uszer[row]) return kLuOk;
-  int32 cap = lu_linecap(len + extra, f->ncol);
-  if ((int64)f->uendr + cap > f->rcap) {
-    f->uszer[row] = 0; // the old segment is given up; compaction skips it
-    int32 oldlen = len;
-    f->uuser[row] = 0;
-    int32 oldbeg = f->ufirr[row];
-    // Keep the row's entries aside in the scratch of the caller's file: copy after compaction.
-    // The entries are still in the old arrays until compaction frees them, so copy first.
-    int32* tsub = TVA_SYS_ALLOC(f->sys, int32, (size_t)(oldlen > 0 ? oldlen : 1));
-    double* tval = TVA_SYS_ALLOC(f->sys, double, (size_t)(oldlen > 0 ? oldlen : 1));
-    int32* tpos = TVA_SYS_ALLOC(f->sys, int32, (size_t)(oldlen > 0 ? oldlen : 1));
-    if (!tsub || !tval || !tpos) {
-      if (tsub) TVA_SYS_FREE(f->sys, tsub);
-      if (tval) TVA_SYS_FREE(f->sys, tval);
-      if (tpos) TVA_SYS_FREE(f->sys, tpos);
-      return kLuStorage;
-    }
-    for (int32 k = 0; k < oldlen; ++k) {
-      tsub[k] = f->rsub[oldbeg + k];
-      tval[k] = f->rval[oldbeg + k];
-      tpos[k] = f->posc[oldbeg + k];
-    }
-    int32 st = compact_rows(f, cap);
-    if (st == kLuOk) {
-      int32 b = f->uendr;
-      for (int32 k = 0; k < oldlen; ++k) {
-        f->rsub[b + k] = tsub[k];
-        f->rval[b + k] = tval[k];
-        f->posc[b + k] = tpos[k];
-        if (tpos[k] >= 0) f->posr[tpos[k]] = b + k;
-      }
-      f->ufirr[row] = b;
-      f->uuser[row] = oldlen;
-      f->uszer[row] = cap;
-      f->uendr += cap;
-    }
-    TVA_SYS_FREE(f->sys, tsub);
-    TVA_SYS_FREE(f->sys, tval);
-    TVA_SYS_FREE(f->sys, tpos);
-    f->nrowmoves++;
-    return st;
-  }
-  int32 b = f->uendr, ob = f->ufirr[row];
-  for (int32 k = 0; k < len; ++k) {
-    f->rsub[b + k] = f->rsub[ob + k];
-    f->rval[b + k] = f->rval[ob + k];
-    int32 pc = f->posc[ob + k];
-    f->posc[b + k] = pc;
-    if (pc >= 0) f->posr[pc] = b + k;
-  }
-  f->ufirr[row] = b;
-  f->uszer[row] = cap;
-  f->uendr += cap;
-  f->nrowmoves++;
-  return kLuOk;
+  return reserve(f, row_file(f), row, extra);
 }
 
 int32 lu_col_reserve(lu* f, int32 col, int32 extra) {
-  int32 len = f->uusec[col];
-  if (len + extra <= f->uszec[col]) return kLuOk;
-  int32 cap = lu_linecap(len + extra, f->nrow);
-  if ((int64)f->uendc + cap > f->ccap) {
-    int32 oldlen = len, oldbeg = f->ufirc[col];
-    f->uszec[col] = 0;
-    f->uusec[col] = 0;
-    int32* tsub = TVA_SYS_ALLOC(f->sys, int32, (size_t)(oldlen > 0 ? oldlen : 1));
-    double* tval = TVA_SYS_ALLOC(f->sys, double, (size_t)(oldlen > 0 ? oldlen : 1));
-    int32* tpos = TVA_SYS_ALLOC(f->sys, int32, (size_t)(oldlen > 0 ? oldlen : 1));
-    if (!tsub || !tval || !tpos) {
-      if (tsub) TVA_SYS_FREE(f->sys, tsub);
-      if (tval) TVA_SYS_FREE(f->sys, tval);
-      if (tpos) TVA_SYS_FREE(f->sys, tpos);
-      return kLuStorage;
-    }
-    for (int32 k = 0; k < oldlen; ++k) {
-      tsub[k] = f->csub[oldbeg + k];
-      tval[k] = f->cval[oldbeg + k];
-      tpos[k] = f->posr[oldbeg + k];
-    }
-    int32 st = compact_cols(f, cap);
-    if (st == kLuOk) {
-      int32 b = f->uendc;
-      for (int32 k = 0; k < oldlen; ++k) {
-        f->csub[b + k] = tsub[k];
-        f->cval[b + k] = tval[k];
-        f->posr[b + k] = tpos[k];
-        if (tpos[k] >= 0) f->posc[tpos[k]] = b + k;
-      }
-      f->ufirc[col] = b;
-      f->uusec[col] = oldlen;
-      f->uszec[col] = cap;
-      f->uendc += cap;
-    }
-    TVA_SYS_FREE(f->sys, tsub);
-    TVA_SYS_FREE(f->sys, tval);
-    TVA_SYS_FREE(f->sys, tpos);
-    f->ncolmoves++;
-    return st;
-  }
-  int32 b = f->uendc, ob = f->ufirc[col];
-  for (int32 k = 0; k < len; ++k) {
-    f->csub[b + k] = f->csub[ob + k];
-    f->cval[b + k] = f->cval[ob + k];
-    int32 pr = f->posr[ob + k];
-    f->posr[b + k] = pr;
-    if (pr >= 0) f->posc[pr] = b + k;
-  }
-  f->ufirc[col] = b;
-  f->uszec[col] = cap;
-  f->uendc += cap;
-  f->ncolmoves++;
-  return kLuOk;
+  return reserve(f, col_file(f), col, extra);
 }
 
 void lu_row_remove_slot(lu* f, int32 row, int32 slot) {
