@@ -144,9 +144,10 @@ void log_settings_block(TvaTask* task, const SettingsBlock& sb) {
   line("Cones", sb.numcone);
   task_printf(task, TVA_STREAM_MSG, "%*s - %*s : %-*d  %*s : %-*d\n", -kLeft, "Optimizer", -kRight,
               "Scalar variables", kValue, sb.numvar, -kRight, "conic", kValue, sb.numconicvar);
-  task_printf(task, TVA_STREAM_MSG, "%*s - %*s : %-*d  %*s : %-*lld\n", -kLeft, "Optimizer",
-              -kRight, "Semi-definite variables", kValue, sb.numbarvar, -kRight, "scalarized",
-              kValue, static_cast<long long>(sb.numscalarized));
+  // The name is one wider than the field: the line stands as written, without the blank.
+  task_printf(task, TVA_STREAM_MSG, "Optimizer  - Semi-definite variables: %-*d  %*s : %-*lld\n",
+              kValue, sb.numbarvar, -kRight, "scalarized", kValue,
+              static_cast<long long>(sb.numscalarized));
   if (!sb.factor || !log_area_on(task, TVA_IPAR_LOG_FACTOR, false)) return;
   task_printf(task, TVA_STREAM_MSG, "%*s - %*s : %-*.2f  %*s : %-*.2f\n", -kLeft, "Factor", -kRight,
               "setup time", kValue, sb.setup_time, -kRight, "dense det. time", kValue,
