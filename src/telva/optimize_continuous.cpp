@@ -110,6 +110,7 @@ void flip_duals(TvaTask* task) {
     negate(arr.suc, arr.numcon);
     negate(arr.slx, arr.numvar);
     negate(arr.sux, arr.numvar);
+    negate(arr.snx, arr.numvar); // cone duals turn with the objective as the others do
   }
 }
 
