@@ -45,9 +45,10 @@ struct Script {
   double dual_value = 2.0; // written to every dual array of the slot
   FakeSlot slots[3];
 
-  std::vector<int32> codes; // callback codes in order of arrival
-  int32 stop_at_call = -1;  // the callback answers 1 on this call (0-based), else 0
-  int32 info_threads = -1;  // TVA_IINF_INTPNT_NUM_THREADS as the callback saw it
+  std::vector<int32> codes;  // callback codes in order of arrival
+  int32 stop_at_call = -1;   // the callback answers 1 on this call (0-based), else 0
+  int32 info_threads = -1;   // TVA_IINF_INTPNT_NUM_THREADS as the callback saw it
+  std::vector<double> times; // TVA_DINF_OPTIMIZER_TIME at each callback
 };
 
 inline Script& script() {
@@ -154,9 +155,10 @@ inline int32 scripted_interior(TvaTask* task, telva::ProblemView* view) {
   return s.final_status;
 }
 
-inline TVAint32t recording_callback(TVAtask_t task, void*, TVAint32t code, const double*,
+inline TVAint32t recording_callback(TVAtask_t task, void*, TVAint32t code, const double* dinf,
                                     const TVAint32t* iinf, const TVAint64t*) {
   Script& s = script();
+  s.times.push_back(dinf[TVA_DINF_OPTIMIZER_TIME]);
   (void)task;
   s.info_threads = iinf[TVA_IINF_INTPNT_NUM_THREADS];
   int32 call = static_cast<int32>(s.codes.size());

@@ -121,6 +121,7 @@ TEST_F(Log, HeadingPrintsOncePerRun) {
 TEST_F(Log, HeadingShowsNameSenseAndType) {
   small_lp(true);
   ASSERT_EQ(TVA_putobjsense(task, TVA_OBJECTIVE_SENSE_MAXIMIZE), TVA_RES_OK);
+  char* own = task->taskname;
   task->taskname = TVA_strduptask(task, "lp1");
   task->optimize_count = 1;
   telva::log_problem_heading(task);
@@ -129,7 +130,7 @@ TEST_F(Log, HeadingShowsNameSenseAndType) {
   EXPECT_NE(log.find("  Type                   : QO (quadratic optimization problem)\n"),
             std::string::npos);
   TVA_freetask(task, task->taskname);
-  task->taskname = nullptr;
+  task->taskname = own;
 }
 
 TEST_F(Log, CallLevelLinesAndTheirSwitches) {

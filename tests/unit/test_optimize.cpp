@@ -122,6 +122,17 @@ TEST_F(Optimize, TimeLimitStopsAtTheFirstEventPastIt) {
   EXPECT_EQ(telva::event_report(task, 1, nullptr), telva::kEventGoOn);
 }
 
+TEST_F(Optimize, StampedEventsSetTheRunningTime) {
+  small_lp(false);
+  ASSERT_EQ(TVA_putcallbackfunc(task, recording_callback, nullptr), TVA_RES_OK);
+  script().steps = {{1, 2.5}, {1, -1}, {1, 4.0}};
+  ASSERT_EQ(TVA_optimize(task), TVA_RES_OK);
+  ASSERT_EQ(script().times.size(), 5u);
+  EXPECT_DOUBLE_EQ(script().times[1], 2.5);
+  EXPECT_DOUBLE_EQ(script().times[2], 2.5); // no stamp, not a clock event: unchanged
+  EXPECT_DOUBLE_EQ(script().times[3], 4.0);
+}
+
 TEST_F(Optimize, EndEventsAreNotTimed) {
   small_lp(false);
   ASSERT_EQ(TVA_putdouparam(task, TVA_DPAR_OPTIMIZER_MAX_TIME, 1.0), TVA_RES_OK);
