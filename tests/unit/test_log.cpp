@@ -1,6 +1,7 @@
 // The solver log: the lines of a run, the level test with its cut on later runs, halved
 // areas, the problem heading and the call-level lines.
 #include "optimize_fixture.h"
+#include "telva/replog.h"
 
 #include <regex>
 
@@ -204,6 +205,24 @@ TEST_F(Log, SettingsBlockLayout) {
             "Factor     - ML order time          : 0.00      GP order time          : -       \n"
             "Factor     - nonzeros before factor : 17        after factor           : 2.10e+01\n"
             "Factor     - dense dim.             : 0         flops                  : 1.50e+03\n");
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(Log, FeasibilityRepairLines) {
+  telva::replog_move(task, telva::RepairMove::kConLowerDown, 1.0, "c1", 3, 0.5);
+  telva::replog_move(task, telva::RepairMove::kVarFixed, -2.0, "x", 0, 1.25);
+  telva::replog_penalty_objective(task, 4.0);
+  // The library's printer drops trailing zeros unless a format keeps them.
+  EXPECT_EQ(log, "Decreasing the lower bound 1e+00 on constraint 'c1' (3) with 5e-01.\n"
+                 "Changing the bound -2e+00 on the fixed variable 'x' (0) with 1.25e+00.\n"
+                 "Optimal objective value of the penalty problem: 4e+00\n");
+  log.clear();
+  ASSERT_EQ(TVA_putintparam(task, TVA_IPAR_LOG_FEAS_REPAIR, 0), TVA_RES_OK);
+  telva::replog_penalty_objective(task, 4.0);
+  EXPECT_EQ(log, "");
 }
 
 } // namespace
