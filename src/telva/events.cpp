@@ -181,6 +181,24 @@ void bi_progress_line(TvaTask* task, const EventDetail* d) {
               d->obj, d->time);
 }
 
+// The columns a phase does not compute show this text.
+constexpr const char* kNotComputed = "NA";
+
+// One simplex progress line every TVA_IPAR_LOG_SIM_FREQ iterations.
+void simplex_progress_line(TvaTask* task, const EventDetail* d) {
+  int32 freq = task->iparam[TVA_IPAR_LOG_SIM_FREQ];
+  if (!d || freq <= 0 || d->iter % freq != 0) return;
+  int32 iter = static_cast<int32>(d->iter);
+  if (d->phase == 1)
+    task_printf(task, TVA_STREAM_MSG,
+                "%-8d  %-10.2f  %-10.2e  %-10.2s  %-20.10e  %-20s  %-8.2f  %-8.2f\n", iter,
+                d->degiter_pct, d->pfeas, kNotComputed, d->pobj, kNotComputed, d->time, d->tottime);
+  else
+    task_printf(task, TVA_STREAM_MSG,
+                "%-8d  %-10.2f  %-10s  %-10.2e  %-20s  %-20.10e  %-8.2f  %-8.2f\n", iter,
+                d->degiter_pct, kNotComputed, d->dfeas, kNotComputed, d->dobj, d->time, d->tottime);
+}
+
 void reopt_heading(TvaTask* task) {
   task_printf(task, TVA_STREAM_MSG, kReoptHeading, "ITER", "DEGITER(%)", "PFEAS", "DFEAS", "POBJ",
               "DOBJ", "TIME");
@@ -267,6 +285,10 @@ void print_composite(TvaTask* task, int32 event, const EventDetail* d) {
     if (log_area_on(task, TVA_IPAR_LOG_SIM, true))
       task_printf(task, TVA_STREAM_MSG, "Simplex optimizer terminated. Time: %-.2f. %s\n\n",
                   dinf[TVA_DINF_SIM_TIME], status_of(d));
+    break;
+  case 47:
+  case 59:
+    if (log_area_on(task, TVA_IPAR_LOG_SIM, false)) simplex_progress_line(task, d);
     break;
   case 99:
     if (log_area_on(task, TVA_IPAR_LOG_BI, true))

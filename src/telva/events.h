@@ -46,6 +46,12 @@ struct EventDetail {
   double infeas = 0.0;
   double obj = 0.0;
   double time = 0.0;
+  // A simplex progress line (events 47 and 59): phase one shows the primal side, phase two
+  // the dual side next to the primal objective.
+  int32 phase = 2;
+  double degiter_pct = 0.0;
+  double pfeas = 0.0, dfeas = 0.0, pobj = 0.0, dobj = 0.0;
+  double tottime = 0.0;
 };
 
 // The public callback code of a private event number; kCallbackNone for numbers without one.

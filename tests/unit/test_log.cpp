@@ -226,3 +226,32 @@ TEST_F(Log, FeasibilityRepairLines) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(Log, SimplexProgressLinesAtTheirFrequency) {
+  task->optimize_count = 1;
+  ASSERT_EQ(TVA_putintparam(task, TVA_IPAR_LOG_SIM_FREQ, 10), TVA_RES_OK);
+  telva::EventDetail d;
+  d.phase = 1;
+  d.iter = 10;
+  d.degiter_pct = 12.5;
+  d.pfeas = 3.0e-2;
+  d.pobj = 1.5;
+  d.time = 0.25;
+  d.tottime = 0.5;
+  telva::event_report(task, 47, nullptr, &d);
+  d.iter = 15; // off the frequency
+  telva::event_report(task, 47, nullptr, &d);
+  d.phase = 2;
+  d.iter = 20;
+  d.dfeas = 4.0e-3;
+  d.dobj = -2.0;
+  telva::event_report(task, 59, nullptr, &d);
+  EXPECT_EQ(log, "10        12.50       3.00e-02    NA          1.5000000000e+00      NA      "
+                 "              0.25      0.50    \n"
+                 "20        12.50       NA          4.00e-03    NA                    "
+                 "-2.0000000000e+00     0.25      0.50    \n");
+}
+
+} // namespace
