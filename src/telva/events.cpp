@@ -2,6 +2,7 @@
 #include "telva/events.h"
 
 #include <cinttypes>
+#include <cstdio>
 
 #include "telva/taskprint.h"
 
@@ -175,9 +176,23 @@ const char* status_of(const EventDetail* d) {
 constexpr const char* kBiHeading = "%-8s  %-10s  %-20s  %-s\n";
 constexpr const char* kReoptHeading = "%-8s  %-10s  %-10s  %-10s  %-20s  %-20s  %-s\n";
 
+// Counts above 10000 in magnitude go in exponent form, so that they keep the column's width.
+struct CountText {
+  char text[32];
+};
+CountText count_text(int64 n) {
+  CountText c;
+  if (n > 10000 || n < -10000)
+    std::snprintf(c.text, sizeof c.text, "%.2e", static_cast<double>(n));
+  else
+    std::snprintf(c.text, sizeof c.text, "%" PRId64, n);
+  return c;
+}
+
 void bi_progress_line(TvaTask* task, const EventDetail* d) {
   if (!d) return;
-  task_printf(task, TVA_STREAM_MSG, "%-8" PRId64 "  %-10.2e  %-20.10e  %-.2f\n", d->iter, d->infeas,
+  CountText iter = count_text(d->iter);
+  task_printf(task, TVA_STREAM_MSG, "%-8s  %-10.2e  %-20.10e  %-.2f\n", iter.text, d->infeas,
               d->obj, d->time);
 }
 
@@ -188,14 +203,14 @@ constexpr const char* kNotComputed = "NA";
 void simplex_progress_line(TvaTask* task, const EventDetail* d) {
   int32 freq = task->iparam[TVA_IPAR_LOG_SIM_FREQ];
   if (!d || freq <= 0 || d->iter % freq != 0) return;
-  int32 iter = static_cast<int32>(d->iter);
+  CountText iter = count_text(d->iter);
   if (d->phase == 1)
     task_printf(task, TVA_STREAM_MSG,
-                "%-8d  %-10.2f  %-10.2e  %-10.2s  %-20.10e  %-20s  %-8.2f  %-8.2f\n", iter,
+                "%-8s  %-10.2f  %-10.2e  %-10.2s  %-20.10e  %-20s  %-8.2f  %-8.2f\n", iter.text,
                 d->degiter_pct, d->pfeas, kNotComputed, d->pobj, kNotComputed, d->time, d->tottime);
   else
     task_printf(task, TVA_STREAM_MSG,
-                "%-8d  %-10.2f  %-10s  %-10.2e  %-20s  %-20.10e  %-8.2f  %-8.2f\n", iter,
+                "%-8s  %-10.2f  %-10s  %-10.2e  %-20s  %-20.10e  %-8.2f  %-8.2f\n", iter.text,
                 d->degiter_pct, kNotComputed, d->dfeas, kNotComputed, d->dobj, d->time, d->tottime);
 }
 

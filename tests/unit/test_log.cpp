@@ -177,6 +177,11 @@ TEST_F(Log, BasisIdentificationProgressLines) {
                  "ITER      INFEAS      OBJ                   TIME\n"
                  "12        1.50e-03    -2.2500000000e+00     0.50\n"
                  "Primal basis identification phase terminated. Time: 0.75\n");
+  // Counts above 10000 keep the column's width in exponent form.
+  log.clear();
+  d.iter = 123456;
+  telva::event_report(task, 12, nullptr, &d);
+  EXPECT_EQ(log, "1.23e+05  1.50e-03    -2.2500000000e+00     0.50\n");
 }
 
 TEST_F(Log, SettingsBlockLayout) {
