@@ -432,3 +432,23 @@ TEST_F(Optimize, CallbackFunctionRoundTrip) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(OptimizeTask, InfeasibilityReportRunsButNeverHidesTheFirstCode) {
+  small_lp(false);
+  ASSERT_EQ(TVA_putintparam(task, TVA_IPAR_INFEAS_REPORT_AUTO, TVA_ON), TVA_RES_OK);
+  static int reports;
+  reports = 0;
+  telva::optimize_chains().infeas_report = [](TvaTask*, int32 stream) {
+    ++reports;
+    return TVArescode(stream == TVA_STREAM_LOG ? TVA_RES_ERR_UNKNOWN : TVA_RES_ERR_INTERNAL);
+  };
+  script().final_status = 4;
+  EXPECT_EQ(TVA_optimize(task), TVA_RES_TRM_MAX_ITERATIONS);
+  script().final_status = 0;
+  EXPECT_EQ(TVA_optimize(task), TVA_RES_ERR_UNKNOWN);
+  EXPECT_EQ(reports, 2);
+}
+
+} // namespace
