@@ -97,7 +97,7 @@ void clear_run_items(TvaTask* task) {
     task->liinf[k] = 0;
 }
 
-// Step 5: checks and clears for the run. A non-zero result skips the dispatch.
+// Checks and clears for the run. A non-zero result skips the dispatch.
 TVArescode prepare_run(TvaTask* task) {
   int32 sense = task->store.objsense;
   if (sense != TVA_OBJECTIVE_SENSE_MINIMIZE && sense != TVA_OBJECTIVE_SENSE_MAXIMIZE)
@@ -111,7 +111,7 @@ TVArescode prepare_run(TvaTask* task) {
   return TVA_RES_OK;
 }
 
-// Step 7: mixed-integer frame or continuous driver.
+// The mixed-integer frame or the continuous driver.
 TVArescode dispatch(TvaTask* task) {
   if (task->store.numintvar == 0 || task->iparam[TVA_IPAR_MIO_MODE] == TVA_MIO_MODE_IGNORED)
     return optimize_continuous(task);
@@ -121,7 +121,7 @@ TVArescode dispatch(TvaTask* task) {
   return g_chains.mixed_integer(task);
 }
 
-// Step 8: solution information of every defined slot, the first failure ends it.
+// Solution information of every defined slot, the first failure ends it.
 TVArescode update_solution_info(TvaTask* task) {
   const DriverSolutionOps& ops = drvsol_ops();
   for (int32 whichsol : {TVA_SOL_ITR, TVA_SOL_BAS, TVA_SOL_ITG}) {
@@ -132,7 +132,7 @@ TVArescode update_solution_info(TvaTask* task) {
   return TVA_RES_OK;
 }
 
-// Step 10: the integer slot carries no cone duals.
+// The integer slot carries no cone duals.
 void clear_integer_cone_keys(TvaTask* task) {
   SlotArrays arr;
   if (!drvsol_ops().arrays(task, TVA_SOL_ITG, &arr) || !arr.skn) return;

@@ -151,7 +151,7 @@ int32 solve_empty(ProblemView* view) {
   return 0;
 }
 
-// Steps 6 to 16 of the continuous driver.
+// Threads, the view, the chain, the statuses and the undoing of maximize.
 TVArescode interior_path(TvaTask* task, bool linear) {
   const DriverSolutionOps& ops = drvsol_ops();
   int32 numthreads =
