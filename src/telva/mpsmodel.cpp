@@ -32,7 +32,11 @@ void MpsNames::insert_index(int32 i) {
   slots_[h] = i;
 }
 
-void MpsNames::rehash(size_t slots) {
+void MpsNames::rehash(size_t want) {
+  // A power of two, so that the probe can mask.
+  size_t slots = 64;
+  while (slots < want)
+    slots *= 2;
   slots_.assign(slots, -1);
   for (int32 i = 0; i < size(); ++i)
     insert_index(i);

@@ -4,6 +4,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cmath>
 #include <cstring>
 #include <new>
 
@@ -41,7 +42,8 @@ class Writer {
 public:
   Writer(sysenv* sys, const MpsModel& m, const MpsWriteOptions& opt, const MpsSink& sink)
       : sys_(sys), m_(m), opt_(opt), sink_(sink), buf_(SysAllocator<char>(sys)),
-        name_(SysAllocator<char>(sys)) {
+        name_(SysAllocator<char>(sys)), ranges_(SysAllocator<double>(sys)),
+        upper_form_(SysAllocator<char>(sys)) {
     buf_.reserve(1 << 16);
   }
 
@@ -58,15 +60,61 @@ private:
     mps_format_number(v, opt_.precision, nums_[numslot_]);
     return nums_[numslot_];
   }
-  // Names, generic or as stored; the result stays valid until the fourth call after it.
-  const char* con(int32 i) { return generic_ ? gen('C', i) : m_.con_names.get(i); }
-  const char* var(int32 j) { return generic_ ? gen('X', j) : m_.var_names.get(j); }
-  const char* cone(int32 k) { return generic_ ? gen('K', k) : m_.cone_names.get(k); }
+  // Names, generic or as stored. Each class has its own ring of generic names, so a result
+  // stays valid until the fourth call for the same class after it.
+  const char* con(int32 i) { return generic_ ? gen(0, 'C', i) : m_.con_names.get(i); }
+  const char* var(int32 j) { return generic_ ? gen(1, 'X', j) : m_.var_names.get(j); }
+  const char* cone(int32 k) { return generic_ ? gen(2, 'K', k) : m_.cone_names.get(k); }
   const char* obj() { return generic_ ? "OBJ" : m_.obj_name.c_str(); }
-  const char* gen(char prefix, int32 i) {
-    genslot_ = (genslot_ + 1) % 4;
-    std::snprintf(gens_[genslot_], sizeof gens_[0], "%c%d", prefix, i + 1);
-    return gens_[genslot_];
+  const char* gen(int cls, char prefix, int32 i) {
+    int& slot = genslot_[cls];
+    slot = (slot + 1) % 4;
+    std::snprintf(gens_[cls][slot], sizeof gens_[0][0], "%c%d", prefix, i + 1);
+    return gens_[cls][slot];
+  }
+  // Whether the text of v reads back as v.
+  bool exact(double v) {
+    const char* text = num(v);
+    double back = 0.0;
+    size_t used = 0;
+    return mps_parse_number(text, std::strlen(text), &back, &used) && back == v;
+  }
+  // The range of a ranged row. Written as a G row, the reader adds the range to the lower
+  // bound; as an L row, it takes the range from the upper bound. upper - lower is rounded, and
+  // so is its decimal text: both forms and a few neighbours of the range are tried, so that the
+  // bounds read back are the bounds written wherever that is possible. *upper_form tells
+  // whether the row goes out as L.
+  double range_of(double bl, double bu, bool* upper_form) {
+    double r0 = bu - bl;
+    for (int form = 0; form < 2; ++form) {
+      if (!exact(form == 0 ? bl : bu)) continue;
+      for (int k = 0; k <= 16; ++k) {
+        // r0, then one step up, one down, two up, two down, ...
+        double c = r0;
+        for (int s = 0; s < (k + 1) / 2; ++s)
+          c = std::nextafter(c, k % 2 ? HUGE_VAL : -HUGE_VAL);
+        const char* text = num(c);
+        double back = 0.0;
+        size_t used = 0;
+        if (!mps_parse_number(text, std::strlen(text), &back, &used)) continue;
+        if (form == 0 ? bl + std::fabs(back) == bu : bu - std::fabs(back) == bl) {
+          *upper_form = form == 1;
+          return c;
+        }
+      }
+    }
+    *upper_form = false;
+    return r0;
+  }
+  void choose_range_forms() {
+    ranges_.assign(static_cast<size_t>(m_.numcon()), 0.0);
+    upper_form_.assign(static_cast<size_t>(m_.numcon()), 0);
+    for (int32 i = 0; i < m_.numcon(); ++i)
+      if (m_.con_bk[i] == TVA_BK_RA) {
+        bool up = false;
+        ranges_[i] = range_of(m_.con_bl[i], m_.con_bu[i], &up);
+        upper_form_[i] = up;
+      }
   }
   bool written(int32 i) const { return opt_.write_free_con || m_.con_bk[i] != TVA_BK_FR; }
 
@@ -83,12 +131,14 @@ private:
   MpsSink sink_;
   SysString buf_;
   SysString name_;
+  SysVector<double> ranges_;   // the range written for each ranged row
+  SysVector<char> upper_form_; // ranged rows written as L rows
   bool generic_ = false;
   bool failed_ = false;
   char nums_[4][40] = {};
   int numslot_ = 0;
-  char gens_[4][24] = {};
-  int genslot_ = 0;
+  char gens_[3][4][24] = {};
+  int genslot_[3] = {};
 };
 
 void Writer::flush() {
@@ -193,8 +243,10 @@ void Writer::write_rows() {
       kind = 'E';
       break;
     case TVA_BK_LO:
-    case TVA_BK_RA:
       kind = 'G';
+      break;
+    case TVA_BK_RA:
+      kind = upper_form_[i] ? 'L' : 'G';
       break;
     case TVA_BK_UP:
       kind = 'L';
@@ -238,8 +290,10 @@ void Writer::write_rhs_ranges() {
     if (!written(i)) continue;
     double b = 0.0;
     switch (m_.con_bk[i]) {
-    case TVA_BK_LO:
     case TVA_BK_RA:
+      b = upper_form_[i] ? m_.con_bu[i] : m_.con_bl[i];
+      break;
+    case TVA_BK_LO:
     case TVA_BK_FX:
       b = m_.con_bl[i];
       break;
@@ -254,7 +308,7 @@ void Writer::write_rhs_ranges() {
   put("RANGES\n");
   for (int32 i = 0; i < m_.numcon(); ++i)
     if (written(i) && m_.con_bk[i] == TVA_BK_RA)
-      put("    %-8s  %-8s  %-s\n", "ran", con(i), num(m_.con_bu[i] - m_.con_bl[i]));
+      put("    %-8s  %-8s  %-s\n", "ran", con(i), num(ranges_[i]));
 }
 
 void Writer::write_bounds() {
@@ -352,6 +406,7 @@ TVArescode Writer::run(bool* generic_used) {
       TVA_VERSION_BUILD, TVA_VERSION_REVISION);
   put("OBJSENSE\n");
   put(m_.sense == TVA_OBJECTIVE_SENSE_MAXIMIZE ? "%4sMAX\n" : "%4sMIN\n", "");
+  choose_range_forms();
   write_rows();
   if (!failed_) write_columns();
   if (!failed_) write_rhs_ranges();
