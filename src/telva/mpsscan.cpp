@@ -324,6 +324,16 @@ TVArescode MpsScanner::cut_fixed(int32 section, MpsFields* out) {
   pos_ = kCol4;
   if ((r = fixed_number(kCol4, kWidth4, 3, required, &out->f4, &out->has_f4)) != TVA_RES_OK)
     return r;
+  if (pos_ > kCol5) {
+    // A relaxed number ran into field 5: the fields behind it are taken as words.
+    const char* w = next_word();
+    if (w) out->f5 = w;
+    if ((w = next_word())) {
+      if (number_word(w, 5, &out->f6) != TVA_RES_OK) return field_error(this, err_->pos, 5);
+      out->has_f6 = true;
+    }
+    return TVA_RES_OK;
+  }
   for (int64 i = pos_; i < kCol5 && i < len_; ++i)
     if (buf_[i] != ' ') return field_error(this, i, 4);
   if ((r = fixed_name(kCol5, kWidth5, 5, TVA_RES_ERR_MPS_TAB_IN_FIELD5, &out->f5)) != TVA_RES_OK)
