@@ -82,8 +82,16 @@ protected:
     ASSERT_EQ(read_text(text, &back), TVA_RES_OK)
         << label << " layout " << layout << " line " << err_.line;
     const char* what = "";
-    EXPECT_TRUE(mpsmodel_equal(m, back, !generic, &what))
-        << label << " layout " << layout << ": " << what;
+    bool same = mpsmodel_equal(m, back, !generic, &what);
+    EXPECT_TRUE(same) << label << " layout " << layout << ": " << what;
+    if (!same && std::string(what) == "constraint bounds")
+      for (int32 i = 0; i < m.numcon(); ++i)
+        if (m.con_bl[i] != back.con_bl[i] || m.con_bu[i] != back.con_bu[i])
+          ADD_FAILURE() << "row " << i << " key " << m.con_bk[i] << " bounds "
+                        << ::testing::PrintToString(m.con_bl[i]) << " "
+                        << ::testing::PrintToString(m.con_bu[i]) << " read back "
+                        << ::testing::PrintToString(back.con_bl[i]) << " "
+                        << ::testing::PrintToString(back.con_bu[i]);
   }
 
   sysenv* sys_ = nullptr;
