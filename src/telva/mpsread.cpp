@@ -850,6 +850,25 @@ MpsLineSource mps_source_text(MpsTextSource* src) {
   return s;
 }
 
+void mps_error_echo(const MpsError& err, bool debug, void* handle, MpsEchoFunc out) {
+  char buf[128];
+  std::snprintf(buf, sizeof buf, "The error occurred at (#line,pos): %lld,%lld\n",
+                static_cast<long long>(err.line), static_cast<long long>(err.pos));
+  out(handle, TVA_STREAM_MSG, buf);
+  if (!debug) {
+    out(handle, TVA_STREAM_ERR, "Turn debugging by setting TVA_IPAR_READ_DEBUG TVA_ON.");
+    return;
+  }
+  out(handle, TVA_STREAM_ERR, err.echo);
+  out(handle, TVA_STREAM_ERR, "\n");
+  char blanks[65];
+  std::memset(blanks, ' ', 64);
+  blanks[64] = '\0';
+  for (int64 left = err.pos; left > 0; left -= 64)
+    out(handle, TVA_STREAM_MSG, blanks + 64 - (left < 64 ? left : 64));
+  out(handle, TVA_STREAM_MSG, "^\n");
+}
+
 TVArescode mps_read(sysenv* sys, const MpsLineSource& src, const MpsReadOptions& opt,
                     MpsModel* model, MpsError* err) {
   *err = MpsError();

@@ -73,6 +73,13 @@ struct MpsReadOptions {
   MpsProgressFunc progress = nullptr;
 };
 
+// The echo that follows a reported error: the place ("The error occurred at (#line,pos): ..."),
+// then with debug on the line as read and a caret under the position, with it off the hint
+// how to turn debugging on. out receives each piece with its stream (TVA_STREAM_MSG for the
+// place and the caret, TVA_STREAM_ERR for the line and the hint).
+using MpsEchoFunc = void (*)(void* handle, int32 stream, const char* text);
+void mps_error_echo(const MpsError& err, bool debug, void* handle, MpsEchoFunc out);
+
 // Reads an MPS file into model, which is cleared first. On failure the model keeps what was
 // read so far and *err tells the code, the place and the message arguments.
 TVArescode mps_read(sysenv* sys, const MpsLineSource& src, const MpsReadOptions& opt,

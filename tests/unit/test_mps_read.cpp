@@ -559,3 +559,32 @@ TEST_F(MpsRead, NumbersAreReadWithoutLocale) {
 }
 
 } // namespace
+
+namespace {
+
+using namespace mpstest;
+
+struct Echo {
+  std::string msg, err;
+  static void put(void* h, int32 stream, const char* text) {
+    auto* e = static_cast<Echo*>(h);
+    (stream == TVA_STREAM_MSG ? e->msg : e->err) += text;
+  }
+};
+
+TEST_F(MpsRead, ErrorEchoShowsTheLineAndACaret) {
+  MpsModel m(sys_);
+  MpsReadOptions o = options(TVA_MPS_FORMAT_STRICT);
+  o.debug = true;
+  ASSERT_EQ(read_text("ROWS\n N  obj\nCOLUMNS\n    x         obj       1x\nENDATA\n", o, &m),
+            TVA_RES_ERR_MPS_INV_FIELD);
+  Echo e;
+  mps_error_echo(err_, true, &e, &Echo::put);
+  EXPECT_EQ(e.msg, "The error occurred at (#line,pos): 4,24\n" + std::string(24, ' ') + "^\n");
+  EXPECT_EQ(e.err, "    x         obj       1x\n");
+  Echo quiet;
+  mps_error_echo(err_, false, &quiet, &Echo::put);
+  EXPECT_EQ(quiet.err, "Turn debugging by setting TVA_IPAR_READ_DEBUG TVA_ON.");
+}
+
+} // namespace
