@@ -588,3 +588,44 @@ TEST_F(MpsRead, ErrorEchoShowsTheLineAndACaret) {
 }
 
 } // namespace
+
+namespace {
+
+using namespace mpstest;
+
+struct Calls {
+  std::string log;
+  int progress = 0;
+  int stop_at = 0;
+  static void on_log(void* h, const char* t) { static_cast<Calls*>(h)->log += t; }
+  static int on_progress(void* h) {
+    auto* c = static_cast<Calls*>(h);
+    return ++c->progress == c->stop_at ? 1 : 0;
+  }
+};
+
+TEST_F(MpsRead, TellsTheChosenVectorsAndCallsProgress) {
+  Calls calls;
+  MpsReadOptions o = options();
+  o.handle = &calls;
+  o.warn = nullptr;
+  o.log = &Calls::on_log;
+  o.progress = &Calls::on_progress;
+  MpsModel m(sys_);
+  ASSERT_EQ(read_text("ROWS\n N obj\n L c\nCOLUMNS\n x c 1\nRHS\n r c 1\nRANGES\n q c 1\n"
+                      "BOUNDS\n UP b x 1\nENDATA\n",
+                      o, &m),
+            TVA_RES_OK);
+  EXPECT_NE(calls.log.find("Using 'obj' as objective vector\n"), std::string::npos);
+  EXPECT_NE(calls.log.find("Using 'r' as rhs vector\n"), std::string::npos);
+  EXPECT_NE(calls.log.find("Using 'q' as range vector\n"), std::string::npos);
+  EXPECT_NE(calls.log.find("Using 'b' as bound vector\n"), std::string::npos);
+  EXPECT_NE(calls.log.find("Read 1 number of A nonzeros in "), std::string::npos);
+  EXPECT_EQ(calls.progress, 1); // once at the end of COLUMNS
+  // The progress callback may stop the read.
+  calls.stop_at = 2;
+  EXPECT_EQ(read_text("ROWS\n N obj\nCOLUMNS\n x obj 1\nENDATA\n", o, &m),
+            TVA_RES_TRM_USER_CALLBACK);
+}
+
+} // namespace
