@@ -41,9 +41,8 @@ bool name_ok(const char* s) {
 class Writer {
 public:
   Writer(sysenv* sys, const MpsModel& m, const MpsWriteOptions& opt, const MpsSink& sink)
-      : sys_(sys), m_(m), opt_(opt), sink_(sink), buf_(SysAllocator<char>(sys)),
-        name_(SysAllocator<char>(sys)), ranges_(SysAllocator<double>(sys)),
-        upper_form_(SysAllocator<char>(sys)) {
+      : m_(m), opt_(opt), sink_(sink), buf_(SysAllocator<char>(sys)),
+        ranges_(SysAllocator<double>(sys)), upper_form_(SysAllocator<char>(sys)) {
     buf_.reserve(1 << 16);
   }
 
@@ -125,12 +124,10 @@ private:
   void write_quadratic();
   void write_cones();
 
-  sysenv* sys_;
   const MpsModel& m_;
   const MpsWriteOptions& opt_;
   MpsSink sink_;
   SysString buf_;
-  SysString name_;
   SysVector<double> ranges_;   // the range written for each ranged row
   SysVector<char> upper_form_; // ranged rows written as L rows
   bool generic_ = false;
