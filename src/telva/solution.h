@@ -69,6 +69,9 @@ TVArescode sol_prepare(TvaTask* task, int32 whichsol);
 void sol_delete(TvaTask* task, int32 whichsol);
 void sol_delete_all(TvaTask* task);
 void sol_setstatus(TvaTask* task, int32 whichsol, int32 prosta, int32 solsta);
+// Copies all three slots of src into dst, whose problem must have the same counts (as a clone
+// has). dst's old slots go first; out of memory leaves dst without slots.
+TVArescode sol_copy(TvaTask* dst, const TvaTask* src);
 // Negates all duals of the slot (y, slc, suc, slx, sux, snx, bars).
 void sol_flip_duals(TvaTask* task, int32 whichsol);
 // The total length of the packed lower triangles of all bar variables, and the offset of

@@ -159,6 +159,38 @@ void sol_delete_all(TvaTask* task) {
     sol_delete(task, w);
 }
 
+TVArescode sol_copy(TvaTask* dst, const TvaTask* src) {
+  sol_delete_all(dst);
+  for (int32 w = 0; w < kNumSolSlots; ++w) {
+    const SolutionSlot& from = src->sols.slot[w];
+    if (!from.defined) continue;
+    TVArescode r = sol_prepare(dst, w);
+    if (r == TVA_RES_OK && sol_has_bar(w)) r = sol_resize_bar(dst, from.barlen);
+    if (r != TVA_RES_OK) {
+      sol_delete_all(dst);
+      return r;
+    }
+    SolutionSlot& to = dst->sols.slot[w];
+    SolutionSlot& f = const_cast<SolutionSlot&>(from);
+    auto copy = [](SlotArrays a, SlotArrays b, int64 n) {
+      for (int t = 0; t < a.nd; ++t)
+        if (n > 0) std::memcpy(*a.d[t], *b.d[t], static_cast<size_t>(n) * sizeof(double));
+      for (int t = 0; t < a.nk; ++t)
+        if (n > 0) std::memcpy(*a.k[t], *b.k[t], static_cast<size_t>(n) * sizeof(int32));
+    };
+    copy(var_arrays(to, w), var_arrays(f, w), src->numvar);
+    copy(con_arrays(to, w), con_arrays(f, w), src->numcon);
+    copy(cone_arrays(to, w), cone_arrays(f, w), src->numcone);
+    if (from.barlen > 0) {
+      std::memcpy(to.barx, from.barx, static_cast<size_t>(from.barlen) * sizeof(double));
+      std::memcpy(to.bars, from.bars, static_cast<size_t>(from.barlen) * sizeof(double));
+    }
+    to.prosta = from.prosta;
+    to.solsta = from.solsta;
+  }
+  return TVA_RES_OK;
+}
+
 void sol_setstatus(TvaTask* task, int32 whichsol, int32 prosta, int32 solsta) {
   SolutionSlot& s = task->sols.slot[whichsol];
   s.prosta = prosta;

@@ -308,4 +308,32 @@ TEST_F(SolutionAccess, SlotsFollowTheCapacities) {
   EXPECT_EQ(defined(TVA_SOL_BAS), 0);
 }
 
+TEST_F(SolutionAccess, CopyIntoATaskOfTheSameShape) {
+  int32 dims[] = {2};
+  ASSERT_EQ(TVA_appendbarvars(task, 1, dims), TVA_RES_OK);
+  double xx[] = {1, 2, 3, 4}, y[] = {5, 6, 7}, bx[] = {8, 9, 10};
+  ASSERT_EQ(TVA_putxx(task, TVA_SOL_ITR, xx), TVA_RES_OK);
+  ASSERT_EQ(TVA_puty(task, TVA_SOL_ITR, y), TVA_RES_OK);
+  ASSERT_EQ(TVA_putbarxj(task, TVA_SOL_ITR, 0, bx), TVA_RES_OK);
+  ASSERT_EQ(TVA_putxx(task, TVA_SOL_ITG, xx), TVA_RES_OK);
+  sol_setstatus(task, TVA_SOL_ITG, 2, TVA_SOL_STA_INTEGER_OPTIMAL);
+  TVAtask_t other = nullptr;
+  ASSERT_EQ(TVA_maketask(env, 0, 0, &other), TVA_RES_OK);
+  ASSERT_EQ(TVA_appendcons(other, 3), TVA_RES_OK);
+  ASSERT_EQ(TVA_appendvars(other, 4), TVA_RES_OK);
+  ASSERT_EQ(TVA_appendbarvars(other, 1, dims), TVA_RES_OK);
+  ASSERT_EQ(sol_copy(other, task), TVA_RES_OK);
+  double got[4];
+  ASSERT_EQ(TVA_gety(other, TVA_SOL_ITR, got), TVA_RES_OK);
+  EXPECT_EQ(std::vector<double>(got, got + 3), std::vector<double>(y, y + 3));
+  ASSERT_EQ(TVA_getbarxj(other, TVA_SOL_ITR, 0, got), TVA_RES_OK);
+  EXPECT_EQ(std::vector<double>(got, got + 3), std::vector<double>(bx, bx + 3));
+  int32 solsta = -1, def = -1;
+  ASSERT_EQ(TVA_getsolsta(other, TVA_SOL_ITG, &solsta), TVA_RES_OK);
+  EXPECT_EQ(solsta, TVA_SOL_STA_INTEGER_OPTIMAL);
+  ASSERT_EQ(TVA_solutiondef(other, TVA_SOL_BAS, &def), TVA_RES_OK);
+  EXPECT_EQ(def, 0);
+  EXPECT_EQ(TVA_deletetask(&other), TVA_RES_OK);
+}
+
 } // namespace
