@@ -336,4 +336,30 @@ TEST_F(SolutionAccess, CopyIntoATaskOfTheSameShape) {
   EXPECT_EQ(TVA_deletetask(&other), TVA_RES_OK);
 }
 
+TEST(SolutionSlots, MadeOnAnEmptyTaskAndGrownByAppends) {
+  TVAenv_t env = nullptr;
+  TVAtask_t task = nullptr;
+  ASSERT_EQ(TVA_makeenv(&env, nullptr), TVA_RES_OK);
+  ASSERT_EQ(TVA_maketask(env, 0, 0, &task), TVA_RES_OK);
+  // Every slot made while all capacities are 0, then grown from no arrays at all.
+  for (int32 w = 0; w < kNumSolSlots; ++w)
+    ASSERT_EQ(TVA_putsolution(task, w, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                              nullptr, nullptr, nullptr, nullptr, nullptr),
+              TVA_RES_OK);
+  ASSERT_EQ(TVA_appendvars(task, 3), TVA_RES_OK);
+  ASSERT_EQ(TVA_appendcons(task, 2), TVA_RES_OK);
+  int32 mem[] = {0, 1, 2};
+  ASSERT_EQ(TVA_appendcone(task, TVA_CT_RQUAD, 0.0, 3, mem), TVA_RES_OK);
+  int32 skn = -1;
+  ASSERT_EQ(TVA_getsolution(task, TVA_SOL_ITR, nullptr, nullptr, nullptr, nullptr, &skn, nullptr,
+                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+            TVA_RES_OK);
+  EXPECT_EQ(skn, TVA_SK_UNK);
+  double y[2] = {-1, -1};
+  ASSERT_EQ(TVA_gety(task, TVA_SOL_BAS, y), TVA_RES_OK);
+  EXPECT_EQ(y[1], 0.0);
+  EXPECT_EQ(TVA_deletetask(&task), TVA_RES_OK);
+  EXPECT_EQ(TVA_deleteenv(&env), TVA_RES_OK);
+}
+
 } // namespace
