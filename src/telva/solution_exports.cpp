@@ -262,8 +262,8 @@ TVAAPI TVArescode TVA_getsolutioni(TVAtask_t task, TVAint32t accmode, TVAint32t 
                                    TVAint32t whichsol, TVAint32t* sk, double* x, double* sl,
                                    double* su, double* sn) {
   return guarded(task, [&]() -> TVArescode {
-    TVArescode r = check_accmode(task, accmode);
-    if (r == TVA_RES_OK) r = sol_check_read(task, whichsol);
+    TVArescode r = sol_check_read(task, whichsol);
+    if (r == TVA_RES_OK) r = check_accmode(task, accmode);
     bool con = accmode == TVA_ACC_CON;
     if (r == TVA_RES_OK) r = check_index(task, i, con ? task->numcon : task->numvar, "i");
     if (r != TVA_RES_OK) return r;
@@ -282,8 +282,8 @@ TVAAPI TVArescode TVA_putsolutioni(TVAtask_t task, TVAint32t accmode, TVAint32t 
                                    TVAint32t whichsol, TVAint32t sk, double x, double sl, double su,
                                    double sn) {
   return guarded(task, [&]() -> TVArescode {
-    TVArescode r = check_accmode(task, accmode);
-    if (r == TVA_RES_OK) r = sol_check_whichsol(task, whichsol);
+    TVArescode r = sol_check_whichsol(task, whichsol);
+    if (r == TVA_RES_OK) r = check_accmode(task, accmode);
     bool con = accmode == TVA_ACC_CON;
     if (r == TVA_RES_OK) r = check_index(task, i, con ? task->numcon : task->numvar, "i");
     if (r == TVA_RES_OK && (sk < 0 || sk >= 7)) r = TVA_REP(task, ERR_INV_SK, sk);
