@@ -1681,6 +1681,133 @@ TVAAPI TVArescode TVA_printdata(TVAtask_t task, TVAint32t whichstream, TVAint32t
 TVAAPI TVArescode TVA_startstat(TVAtask_t task);
 TVAAPI TVArescode TVA_appendstat(TVAtask_t task);
 TVAAPI TVArescode TVA_stopstat(TVAtask_t task);
+/* ---- Solutions ------------------------------------------------------------- */
+
+TVAAPI TVArescode TVA_solutiondef(TVAtask_t task, TVAint32t whichsol, TVAint32t* isdef);
+TVAAPI TVArescode TVA_deletesolution(TVAtask_t task, TVAint32t whichsol);
+TVAAPI TVArescode TVA_getprosta(TVAtask_t task, TVAint32t whichsol, TVAint32t* prosta);
+TVAAPI TVArescode TVA_getsolsta(TVAtask_t task, TVAint32t whichsol, TVAint32t* solsta);
+TVAAPI TVArescode TVA_getsolution(TVAtask_t task, TVAint32t whichsol, TVAint32t* prosta,
+                                  TVAint32t* solsta, TVAint32t* skc, TVAint32t* skx, TVAint32t* skn,
+                                  double* xc, double* xx, double* y, double* slc, double* suc,
+                                  double* slx, double* sux, double* snx);
+TVAAPI TVArescode TVA_getsolutionincallback(TVAtask_t task, TVAint32t where, TVAint32t whichsol,
+                                            TVAint32t* prosta, TVAint32t* solsta, TVAint32t* skc,
+                                            TVAint32t* skx, TVAint32t* skn, double* xc, double* xx,
+                                            double* y, double* slc, double* suc, double* slx,
+                                            double* sux, double* snx);
+TVAAPI TVArescode TVA_putsolution(TVAtask_t task, TVAint32t whichsol, const TVAint32t* skc,
+                                  const TVAint32t* skx, const TVAint32t* skn, const double* xc,
+                                  const double* xx, const double* y, const double* slc,
+                                  const double* suc, const double* slx, const double* sux,
+                                  const double* snx);
+TVAAPI TVArescode TVA_getsolutioni(TVAtask_t task, TVAint32t accmode, TVAint32t i,
+                                   TVAint32t whichsol, TVAint32t* sk, double* x, double* sl,
+                                   double* su, double* sn);
+TVAAPI TVArescode TVA_putsolutioni(TVAtask_t task, TVAint32t accmode, TVAint32t i,
+                                   TVAint32t whichsol, TVAint32t sk, double x, double sl, double su,
+                                   double sn);
+TVAAPI TVArescode TVA_putsolutionyi(TVAtask_t task, TVAint32t i, TVAint32t whichsol, double y);
+TVAAPI TVArescode TVA_putskc(TVAtask_t task, TVAint32t whichsol, const TVAint32t* skc);
+TVAAPI TVArescode TVA_putskcslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, const TVAint32t* skc);
+TVAAPI TVArescode TVA_getskc(TVAtask_t task, TVAint32t whichsol, TVAint32t* skc);
+TVAAPI TVArescode TVA_getskcslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, TVAint32t* skc);
+TVAAPI TVArescode TVA_putskx(TVAtask_t task, TVAint32t whichsol, const TVAint32t* skx);
+TVAAPI TVArescode TVA_putskxslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, const TVAint32t* skx);
+TVAAPI TVArescode TVA_getskx(TVAtask_t task, TVAint32t whichsol, TVAint32t* skx);
+TVAAPI TVArescode TVA_getskxslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, TVAint32t* skx);
+TVAAPI TVArescode TVA_putxc(TVAtask_t task, TVAint32t whichsol, const double* xc);
+TVAAPI TVArescode TVA_putxcslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                 TVAint32t last, const double* xc);
+TVAAPI TVArescode TVA_getxc(TVAtask_t task, TVAint32t whichsol, double* xc);
+TVAAPI TVArescode TVA_getxcslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                 TVAint32t last, double* xc);
+TVAAPI TVArescode TVA_putxx(TVAtask_t task, TVAint32t whichsol, const double* xx);
+TVAAPI TVArescode TVA_putxxslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                 TVAint32t last, const double* xx);
+TVAAPI TVArescode TVA_getxx(TVAtask_t task, TVAint32t whichsol, double* xx);
+TVAAPI TVArescode TVA_getxxslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                 TVAint32t last, double* xx);
+TVAAPI TVArescode TVA_puty(TVAtask_t task, TVAint32t whichsol, const double* y);
+TVAAPI TVArescode TVA_putyslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first, TVAint32t last,
+                                const double* y);
+TVAAPI TVArescode TVA_gety(TVAtask_t task, TVAint32t whichsol, double* y);
+TVAAPI TVArescode TVA_getyslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first, TVAint32t last,
+                                double* y);
+TVAAPI TVArescode TVA_putslc(TVAtask_t task, TVAint32t whichsol, const double* slc);
+TVAAPI TVArescode TVA_putslcslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, const double* slc);
+TVAAPI TVArescode TVA_getslc(TVAtask_t task, TVAint32t whichsol, double* slc);
+TVAAPI TVArescode TVA_getslcslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, double* slc);
+TVAAPI TVArescode TVA_putsuc(TVAtask_t task, TVAint32t whichsol, const double* suc);
+TVAAPI TVArescode TVA_putsucslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, const double* suc);
+TVAAPI TVArescode TVA_getsuc(TVAtask_t task, TVAint32t whichsol, double* suc);
+TVAAPI TVArescode TVA_getsucslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, double* suc);
+TVAAPI TVArescode TVA_putslx(TVAtask_t task, TVAint32t whichsol, const double* slx);
+TVAAPI TVArescode TVA_putslxslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, const double* slx);
+TVAAPI TVArescode TVA_getslx(TVAtask_t task, TVAint32t whichsol, double* slx);
+TVAAPI TVArescode TVA_getslxslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, double* slx);
+TVAAPI TVArescode TVA_putsux(TVAtask_t task, TVAint32t whichsol, const double* sux);
+TVAAPI TVArescode TVA_putsuxslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, const double* sux);
+TVAAPI TVArescode TVA_getsux(TVAtask_t task, TVAint32t whichsol, double* sux);
+TVAAPI TVArescode TVA_getsuxslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, double* sux);
+TVAAPI TVArescode TVA_putsnx(TVAtask_t task, TVAint32t whichsol, const double* snx);
+TVAAPI TVArescode TVA_putsnxslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, const double* snx);
+TVAAPI TVArescode TVA_getsnx(TVAtask_t task, TVAint32t whichsol, double* snx);
+TVAAPI TVArescode TVA_getsnxslice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                  TVAint32t last, double* snx);
+TVAAPI TVArescode TVA_getsolutionslice(TVAtask_t task, TVAint32t whichsol, TVAint32t solitem,
+                                       TVAint32t first, TVAint32t last, double* values);
+TVAAPI TVArescode TVA_getreducedcosts(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
+                                      TVAint32t last, double* redcosts);
+TVAAPI TVArescode TVA_getbarxj(TVAtask_t task, TVAint32t whichsol, TVAint32t j, double* barxj);
+TVAAPI TVArescode TVA_getbarsj(TVAtask_t task, TVAint32t whichsol, TVAint32t j, double* barsj);
+TVAAPI TVArescode TVA_putbarxj(TVAtask_t task, TVAint32t whichsol, TVAint32t j,
+                               const double* barxj);
+TVAAPI TVArescode TVA_putbarsj(TVAtask_t task, TVAint32t whichsol, TVAint32t j,
+                               const double* barsj);
+TVAAPI TVArescode TVA_getprimalobj(TVAtask_t task, TVAint32t whichsol, double* primalobj);
+TVAAPI TVArescode TVA_getdualobj(TVAtask_t task, TVAint32t whichsol, double* dualobj);
+TVAAPI TVArescode TVA_getpviolcon(TVAtask_t task, TVAint32t whichsol, TVAint32t num,
+                                  const TVAint32t* sub, double* viol);
+TVAAPI TVArescode TVA_getpviolvar(TVAtask_t task, TVAint32t whichsol, TVAint32t num,
+                                  const TVAint32t* sub, double* viol);
+TVAAPI TVArescode TVA_getpviolbarvar(TVAtask_t task, TVAint32t whichsol, TVAint32t num,
+                                     const TVAint32t* sub, double* viol);
+TVAAPI TVArescode TVA_getpviolcones(TVAtask_t task, TVAint32t whichsol, TVAint32t num,
+                                    const TVAint32t* sub, double* viol);
+TVAAPI TVArescode TVA_getdviolcon(TVAtask_t task, TVAint32t whichsol, TVAint32t num,
+                                  const TVAint32t* sub, double* viol);
+TVAAPI TVArescode TVA_getdviolvar(TVAtask_t task, TVAint32t whichsol, TVAint32t num,
+                                  const TVAint32t* sub, double* viol);
+TVAAPI TVArescode TVA_getdviolbarvar(TVAtask_t task, TVAint32t whichsol, TVAint32t num,
+                                     const TVAint32t* sub, double* viol);
+TVAAPI TVArescode TVA_getdviolcones(TVAtask_t task, TVAint32t whichsol, TVAint32t num,
+                                    const TVAint32t* sub, double* viol);
+TVAAPI TVArescode TVA_getsolutioninfo(TVAtask_t task, TVAint32t whichsol, double* pobj,
+                                      double* pviolcon, double* pviolvar, double* pviolbarvar,
+                                      double* pviolcones, double* pviolitg, double* dobj,
+                                      double* dviolcon, double* dviolvar, double* dviolbarvar,
+                                      double* dviolcones);
+TVAAPI TVArescode TVA_getprimalsolutionnorms(TVAtask_t task, TVAint32t whichsol, double* nrmxc,
+                                             double* nrmxx, double* nrmbarx);
+TVAAPI TVArescode TVA_getdualsolutionnorms(TVAtask_t task, TVAint32t whichsol, double* nrmy,
+                                           double* nrmslc, double* nrmsuc, double* nrmslx,
+                                           double* nrmsux, double* nrmsnx, double* nrmbars);
+TVAAPI TVArescode TVA_updatesolutioninfo(TVAtask_t task, TVAint32t whichsol);
+
 /* ---- Linear algebra: LU factorization and basis ------------------------------ */
 
 #ifdef __cplusplus

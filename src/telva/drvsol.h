@@ -35,9 +35,12 @@ struct DriverSolutionOps {
   TVArescode (*update_info)(TvaTask* task, int32 whichsol);
   // Evaluates the slot's quality for the summaries.
   TVArescode (*quality)(TvaTask* task, int32 whichsol, SlotQuality* out);
+  // Negates every dual of a defined slot: the duals of a minimize run become those of the
+  // maximize problem.
+  void (*flip_duals)(TvaTask* task, int32 whichsol);
 };
 
-// The table in use.
+// The table in use: the task's solution slots unless a test put its own.
 const DriverSolutionOps& drvsol_ops();
 // Replaces the table (tests with slots of their own); null puts the built-in one back.
 void drvsol_override(const DriverSolutionOps* ops);

@@ -95,23 +95,9 @@ void negate_objective(TvaTask* task, ProblemView* view) {
     view->qval[k] = -view->qval[k];
 }
 
-void negate(double* v, int32 n) {
-  if (!v) return;
-  for (int32 i = 0; i < n; ++i)
-    v[i] = -v[i];
-}
-
 void flip_duals(TvaTask* task) {
-  for (int32 whichsol : {TVA_SOL_ITR, TVA_SOL_BAS, TVA_SOL_ITG}) {
-    SlotArrays arr;
-    if (!drvsol_ops().arrays(task, whichsol, &arr)) continue;
-    negate(arr.y, arr.numcon);
-    negate(arr.slc, arr.numcon);
-    negate(arr.suc, arr.numcon);
-    negate(arr.slx, arr.numvar);
-    negate(arr.sux, arr.numvar);
-    negate(arr.snx, arr.numvar); // cone duals turn with the objective as the others do
-  }
+  for (int32 whichsol : {TVA_SOL_ITR, TVA_SOL_BAS, TVA_SOL_ITG})
+    if (drvsol_ops().is_defined(task, whichsol)) drvsol_ops().flip_duals(task, whichsol);
 }
 
 void zero(double* v, int32 n) {

@@ -48,7 +48,10 @@ TVArescode store_putaij(TvaTask* task, int32 i, int32 j, double aij) {
   if (r == TVA_RES_OK) r = check_aij(task, i, j, aij, &keep);
   if (r == TVA_RES_OK)
     r = store_sprmat_result(task, sprmat_putelem(task->store.a, i, j, keep ? aij : 0.0));
-  if (r == TVA_RES_OK) task->store.a_change_count++;
+  if (r == TVA_RES_OK) {
+    task->store.a_change_count++;
+    sol_on_change(task, SolChange::Unjudged);
+  }
   return r;
 }
 
@@ -71,6 +74,7 @@ TVArescode store_putaijlist(TvaTask* task, int64 num, const int32* subi, const i
   for (int64 t = 0; t < num; ++t)
     sprmat_putelem(a, subi[t], subj[t], std::fabs(val[t]) >= tol ? val[t] : 0.0);
   task->store.a_change_count++;
+  sol_on_change(task, SolChange::Unjudged);
   return TVA_RES_OK;
 }
 
@@ -138,6 +142,7 @@ TVArescode store_putavecs(TvaTask* task, bool bycol, int32 num, const int32* sub
       sprmat_replacevec(task->store.a, bycol, sub ? sub[t] : first + t, n, ksub, kval);
     }
     task->store.a_change_count++;
+    sol_on_change(task, SolChange::Unjudged);
   }
   sysarr_free(task->sys, &ksub);
   sysarr_free(task->sys, &kval);

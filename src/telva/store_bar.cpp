@@ -104,6 +104,7 @@ TVArescode store_putbarcj(TvaTask* task, int32 j, int64 num, const int64* sub,
   if (r == TVA_RES_OK) r = check_cell_entries(task, j, num, sub, weights);
   if (r != TVA_RES_OK) return r;
   if (!hyposm_putcell(task->store.barc, 0, j, num, sub, weights)) return TVA_REP(task, ERR_SPACE);
+  sol_on_change(task, SolChange::Objective);
   return TVA_RES_OK;
 }
 
@@ -114,6 +115,7 @@ TVArescode store_putbaraij(TvaTask* task, int32 i, int32 j, int64 num, const int
   if (r == TVA_RES_OK) r = check_cell_entries(task, j, num, sub, weights);
   if (r != TVA_RES_OK) return r;
   if (!hyposm_putcell(task->store.bara, i, j, num, sub, weights)) return TVA_REP(task, ERR_SPACE);
+  sol_on_change(task, SolChange::Unjudged);
   return TVA_RES_OK;
 }
 
@@ -154,6 +156,8 @@ TVArescode store_putbarblocktriplet(TvaTask* task, bool isbara, int64 num, const
   // One new matrix per cell, placed with weight 1.0.
   hyposm* grid = isbara ? task->store.bara : task->store.barc;
   const double one = 1.0;
+  // Cells already replaced stay replaced if a later one fails, so the claims go down first.
+  if (num > 0) sol_on_change(task, isbara ? SolChange::Unjudged : SolChange::Objective);
   for (int64 b = 0; b < num;) {
     int64 e = b + 1;
     while (e < num && same_cell(order[b], order[e]))

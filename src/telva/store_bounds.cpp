@@ -55,6 +55,17 @@ void store_one_bound(TvaTask* task, bool con, int32 i, int32 bk, double bl, doub
   (con ? s.buc : s.bux)[i] = up ? (bk == TVA_BK_FX ? bl : bu) : kInfinity;
 }
 
+// Stores a bound and lowers the solutions' claims by the change from the old bound.
+void store_bound_and_demote(TvaTask* task, bool con, int32 i, int32 bk, double bl, double bu) {
+  const int32 acc = con ? TVA_ACC_CON : TVA_ACC_VAR;
+  int32 ok, nk;
+  double ol, ou, nl, nu;
+  store_getbound(task, acc, i, &ok, &ol, &ou);
+  store_one_bound(task, con, i, bk, bl, bu);
+  store_getbound(task, acc, i, &nk, &nl, &nu);
+  sol_on_bound(task, con, i, ok, ol, ou, nk, nl, nu);
+}
+
 } // namespace
 
 TVArescode store_putboundlist(TvaTask* task, int32 accmode, int32 num, const int32* sub,
@@ -75,7 +86,7 @@ TVArescode store_putboundlist(TvaTask* task, int32 accmode, int32 num, const int
     if (r != TVA_RES_OK) return r;
   }
   for (int32 t = 0; t < num; ++t)
-    store_one_bound(task, con, sub ? sub[t] : first + t, bk[t], bl[t], bu[t]);
+    store_bound_and_demote(task, con, sub ? sub[t] : first + t, bk[t], bl[t], bu[t]);
   return TVA_RES_OK;
 }
 
@@ -85,7 +96,7 @@ TVArescode store_putbound(TvaTask* task, int32 accmode, int32 i, int32 bk, doubl
   bool con = accmode == TVA_ACC_CON;
   TVArescode r = check_index(task, i, con ? task->numcon : task->numvar, "i");
   if (r == TVA_RES_OK) r = check_bound(task, con, i, bk, bl, bu);
-  if (r == TVA_RES_OK) store_one_bound(task, con, i, bk, bl, bu);
+  if (r == TVA_RES_OK) store_bound_and_demote(task, con, i, bk, bl, bu);
   return r;
 }
 
@@ -127,13 +138,17 @@ TVArescode store_putclist(TvaTask* task, int32 num, const int32* sub, int32 firs
   }
   for (int32 t = 0; t < num; ++t)
     task->store.c[sub ? sub[t] : first + t] = val[t];
+  if (num > 0) sol_on_change(task, SolChange::Objective);
   return TVA_RES_OK;
 }
 
 TVArescode store_putcj(TvaTask* task, int32 j, double cj) {
   TVArescode r = check_index(task, j, task->numvar, "j");
   if (r == TVA_RES_OK) r = check_c(task, j, cj);
-  if (r == TVA_RES_OK) task->store.c[j] = cj;
+  if (r == TVA_RES_OK) {
+    task->store.c[j] = cj;
+    sol_on_change(task, SolChange::Objective);
+  }
   return r;
 }
 
@@ -144,6 +159,7 @@ void store_putcfix(TvaTask* task, double cfix) {
 TVArescode store_putobjsense(TvaTask* task, int32 sense) {
   if (sense < 0 || sense > TVA_OBJECTIVE_SENSE_MAXIMIZE)
     return TVA_REP(task, ERR_INVALID_OBJECTIVE_SENSE, sense);
+  if (sense != task->store.objsense) sol_on_change(task, SolChange::Unjudged);
   task->store.objsense = sense;
   return TVA_RES_OK;
 }
@@ -154,6 +170,7 @@ TVArescode store_putvartype(TvaTask* task, int32 j, int32 type) {
   if (type < 0 || type > TVA_VAR_TYPE_INT)
     return TVA_REP(task, ERR_INV_VAR_TYPE, type, store_getname(task, kNameVar, j), j, "vartype");
   ProblemStore& s = task->store;
+  if (type != s.vartype[j]) sol_on_change(task, SolChange::Integer);
   s.numintvar += (type == TVA_VAR_TYPE_INT) - (s.vartype[j] == TVA_VAR_TYPE_INT);
   s.vartype[j] = type;
   return TVA_RES_OK;

@@ -122,7 +122,14 @@ TVArescode append_cones(TvaTask* task, int32 num, const int32* ct, const double*
     task->store.name_offset[kNameCone][task->numcone + c] = 0;
     first += nummem[c];
   }
+  for (int32 w = 0; w < kNumSolSlots; ++w) {
+    SolutionSlot* sol = sol_slot(task, w);
+    if (sol->defined && sol->skn)
+      for (int32 c = 0; c < num; ++c)
+        sol->skn[task->numcone + c] = TVA_SK_UNK;
+  }
   task->numcone += num;
+  if (num > 0) sol_on_change(task, SolChange::Cones);
   return TVA_RES_OK;
 }
 
@@ -174,6 +181,7 @@ TVArescode store_putcone(TvaTask* task, int32 k, int32 ct, double conepar, int32
     return TVA_REP(task, ERR_SPACE);
   }
   place_cone(task, k, ct, conepar, nummem, submem, 0);
+  sol_on_change(task, SolChange::Cones);
   return TVA_RES_OK;
 }
 

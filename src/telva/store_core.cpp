@@ -66,6 +66,7 @@ void store_clear(TvaTask* task) {
   ProblemStore& s = task->store;
   sysenv* sys = task->sys;
   if (!sys) return;
+  sol_delete_all(task);
   sprmat_delete(&s.a);
   hyposm_delete(&s.barc);
   hyposm_delete(&s.bara);
@@ -132,6 +133,9 @@ TVArescode store_ensure_a(TvaTask* task) {
 TVArescode store_putmaxnumcon(TvaTask* task, int32 n) {
   if (n < task->numcon) return TVA_REP(task, ERR_MAXNUMCON, n, task->numcon);
   if (n == task->maxnumcon) return TVA_RES_OK;
+  // The solutions grow before the store and shrink after it, so that a failure on the way
+  // never leaves a solution array shorter than the store's capacity.
+  if (n > task->maxnumcon && sol_resize_con(task, n) != TVA_RES_OK) return TVA_RES_ERR_SPACE;
   ProblemStore& s = task->store;
   int32 keep = task->numcon;
   ArrayResize g[] = {resize_of(&s.rowcost, keep),
@@ -142,6 +146,7 @@ TVArescode store_putmaxnumcon(TvaTask* task, int32 n) {
                      resize_of(&s.blc, keep),
                      resize_of(&s.buc, keep)};
   if (!resize_group(task->sys, g, 7, task->maxnumcon, n)) return TVA_REP(task, ERR_SPACE);
+  if (n < task->maxnumcon) sol_resize_con(task, n);
   task->maxnumcon = n;
   return TVA_RES_OK;
 }
@@ -149,6 +154,7 @@ TVArescode store_putmaxnumcon(TvaTask* task, int32 n) {
 TVArescode store_putmaxnumvar(TvaTask* task, int32 n) {
   if (n < task->numvar) return TVA_REP(task, ERR_MAXNUMVAR, n, task->numvar);
   if (n == task->maxnumvar) return TVA_RES_OK;
+  if (n > task->maxnumvar && sol_resize_var(task, n) != TVA_RES_OK) return TVA_RES_ERR_SPACE;
   ProblemStore& s = task->store;
   // The cone member list is compacted into its new array, so it needs its own allocation.
   int32* newsub = sysarr_alloc<int32>(task->sys, n);
@@ -174,6 +180,7 @@ TVArescode store_putmaxnumvar(TvaTask* task, int32 n) {
   sysarr_free(task->sys, &s.conesub);
   s.conesub = newsub;
   s.conesurplus = n - used;
+  if (n < task->maxnumvar) sol_resize_var(task, n);
   task->maxnumvar = n;
   return TVA_RES_OK;
 }
@@ -181,12 +188,14 @@ TVArescode store_putmaxnumvar(TvaTask* task, int32 n) {
 TVArescode store_putmaxnumcone(TvaTask* task, int32 n) {
   if (n < task->numcone) return TVA_REP(task, ERR_MAXNUMCONE, n);
   if (n == task->maxnumcone) return TVA_RES_OK;
+  if (n > task->maxnumcone && sol_resize_cone(task, n) != TVA_RES_OK) return TVA_RES_ERR_SPACE;
   ProblemStore& s = task->store;
   int32 keep = task->numcone;
   ArrayResize g[] = {resize_of(&s.coneptrb, keep), resize_of(&s.coneptre, keep),
                      resize_of(&s.conetype, keep), resize_of(&s.conepar, keep),
                      resize_of(&s.name_offset[kNameCone], keep)};
   if (!resize_group(task->sys, g, 5, task->maxnumcone, n)) return TVA_REP(task, ERR_SPACE);
+  if (n < task->maxnumcone) sol_resize_cone(task, n);
   task->maxnumcone = n;
   return TVA_RES_OK;
 }
@@ -246,7 +255,9 @@ TVArescode store_appendcons(TvaTask* task, int32 num) {
     s.name_offset[kNameCon][i] = 0;
     if (s.qcon_first) s.qcon_first[i] = s.qcon_last[i] = 0;
   }
+  int32 oldcount = task->numcon;
   task->numcon = static_cast<int32>(need);
+  sol_on_newcons(task, oldcount);
   return TVA_RES_OK;
 }
 
@@ -272,7 +283,9 @@ TVArescode store_appendvars(TvaTask* task, int32 num) {
     for (int32* aux : s.varaux)
       if (aux) aux[j] = 0;
   }
+  int32 oldcount = task->numvar;
   task->numvar = static_cast<int32>(need);
+  sol_on_newvars(task, oldcount);
   return TVA_RES_OK;
 }
 
@@ -288,6 +301,10 @@ TVArescode store_appendbarvars(TvaTask* task, int32 num, const int32* dim) {
     return TVA_REP(task, ERR_SPACE);
   if (!s.bara && !hyposm_create(task->sys, task->numcon, task->numbarvar, &s.bara))
     return TVA_REP(task, ERR_SPACE);
+  int64 barlen = sol_barlen_total(task);
+  for (int32 t = 0; t < num; ++t)
+    barlen += int64(dim[t]) * (dim[t] + 1) / 2;
+  if (sol_resize_bar(task, barlen) != TVA_RES_OK) return TVA_RES_ERR_SPACE;
   if (need > task->maxnumbarvar) {
     TVArescode r = store_putmaxnumbarvar(task, grown_capacity(task->maxnumbarvar, need));
     if (r != TVA_RES_OK) return r;
@@ -299,6 +316,7 @@ TVArescode store_appendbarvars(TvaTask* task, int32 num, const int32* dim) {
   task->numbarvar = static_cast<int32>(need);
   hyposm_setdims(s.barc, 1, task->numbarvar);
   hyposm_setdims(s.bara, task->numcon, task->numbarvar);
+  sol_on_change(task, SolChange::NewVars);
   return TVA_RES_OK;
 }
 

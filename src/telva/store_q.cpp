@@ -171,6 +171,7 @@ TVArescode put_one_q(TvaTask* task, int32 k, int32 n, const int32* subi, const i
   if (k >= 0 && !ensure_qcon_marks(task)) return TVA_REP(task, ERR_SPACE);
   int64 m = normalise(task, n, subi, subj, val, w.order, w.oi, w.oj, w.ov);
   if (!place(task, k, m, w.oi, w.oj, w.ov)) return TVA_REP(task, ERR_SPACE);
+  sol_on_change(task, k < 0 ? SolChange::Objective : SolChange::Unjudged);
   return TVA_RES_OK;
 }
 
@@ -270,6 +271,7 @@ TVArescode store_putqcon(TvaTask* task, int32 n, const int32* subk, const int32*
   }
   for (int32 k = 0; k < m; ++k)
     place(task, k, nb[k + 1] - nb[k], w.oi + nb[k], w.oj + nb[k], w.ov + nb[k]);
+  sol_on_change(task, SolChange::Unjudged);
   return TVA_RES_OK;
 }
 
@@ -309,6 +311,7 @@ TVArescode store_putqobjij(TvaTask* task, int32 i, int32 j, double v) {
     w.ov[m++] = v;
   }
   if (!place(task, -1, m, w.oi, w.oj, w.ov)) return TVA_REP(task, ERR_SPACE);
+  sol_on_change(task, SolChange::Objective);
   return TVA_RES_OK;
 }
 

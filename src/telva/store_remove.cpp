@@ -55,6 +55,8 @@ TVArescode store_removecons(TvaTask* task, int32 num, const int32* subset) {
   compact(s.buc, newidx.p, m);
   compact(s.rowcost, newidx.p, m);
   compact(s.name_offset[kNameCon], newidx.p, m);
+  sol_renumber_cons(task, newidx.p, m);
+  sol_on_change(task, SolChange::Unjudged);
   task->numcon = newcount;
   return TVA_RES_OK;
 }
@@ -102,6 +104,8 @@ TVArescode store_removevars(TvaTask* task, int32 num, const int32* subset) {
   compact(s.varaux[0], newidx.p, n);
   compact(s.varaux[1], newidx.p, n);
   compact(s.name_offset[kNameVar], newidx.p, n);
+  sol_renumber_vars(task, newidx.p, n);
+  sol_on_change(task, SolChange::Unjudged);
   task->numvar = newcount;
   return TVA_RES_OK;
 }
@@ -122,6 +126,8 @@ TVArescode store_removecones(TvaTask* task, int32 num, const int32* subset) {
   compact(s.conetype, newidx.p, nc);
   compact(s.conepar, newidx.p, nc);
   compact(s.name_offset[kNameCone], newidx.p, nc);
+  sol_renumber_cones(task, newidx.p, nc);
+  sol_on_change(task, SolChange::Unjudged);
   task->numcone = newcount;
   return TVA_RES_OK;
 }
@@ -143,6 +149,8 @@ TVArescode store_removebarvars(TvaTask* task, int32 num, const int32* subset) {
   }
   hyposm_commit_renumber(s.barc, false, newcount);
   hyposm_commit_renumber(s.bara, false, newcount);
+  sol_renumber_barvars(task, newidx.p, s.bardim, nb);
+  sol_on_change(task, SolChange::Unjudged);
   compact(s.bardim, newidx.p, nb);
   compact(s.name_offset[kNameBarvar], newidx.p, nb);
   task->numbarvar = newcount;

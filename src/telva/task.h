@@ -8,6 +8,7 @@
 #include "cpub/sysenv.h"
 #include "telva/catalogue.h"
 #include "telva/env.h"
+#include "telva/solution.h"
 #include "telva/store.h"
 #include "telva/streamblock.h"
 
@@ -36,6 +37,7 @@ struct TvaTask {
   telva::int32 maxnumcon = 0, maxnumvar = 0, maxnumcone = 0, maxnumbarvar = 0;
   telva::int64 maxnumanz = 0, maxnumqnz = 0;
   telva::ProblemStore store; // everything else of the problem
+  telva::SolutionStore sols; // the three solution slots
 
   telva::int32 iparam[telva::kNumIpar] = {0};
   double dparam[telva::kNumDpar] = {0};

@@ -116,9 +116,16 @@ inline TVArescode fake_quality(TvaTask*, int32 whichsol, telva::SlotQuality* q) 
   return TVA_RES_OK;
 }
 
+inline void fake_flip(TvaTask*, int32 whichsol) {
+  FakeSlot& s = script().slots[whichsol];
+  for (std::vector<double>* v : {&s.y, &s.slc, &s.suc, &s.slx, &s.sux, &s.snx})
+    for (double& x : *v)
+      x = -x;
+}
+
 inline const telva::DriverSolutionOps kFakeOps = {fake_ready,      fake_defined,    fake_arrays,
                                                   fake_put_status, fake_get_status, fake_update,
-                                                  fake_quality};
+                                                  fake_quality,    fake_flip};
 
 // The scripted optimizer, registered as the interior chain.
 inline int32 scripted_interior(TvaTask* task, telva::ProblemView* view) {
