@@ -452,3 +452,64 @@ TEST_F(OptimizeTask, InfeasibilityReportRunsButNeverHidesTheFirstCode) {
 }
 
 } // namespace
+
+namespace {
+
+// The same driver on the task's own solution slots.
+class OptimizeSlots : public OptimizeTask {
+protected:
+  void SetUp() override {
+    OptimizeTask::SetUp();
+    telva::drvsol_override(nullptr);
+  }
+};
+
+TEST_F(OptimizeSlots, EmptyProblemLeavesAnOptimalEmptySolution) {
+  telva::optimize_chains_reset();
+  ASSERT_EQ(TVA_optimize(task), TVA_RES_OK);
+  for (int32 whichsol : {TVA_SOL_ITR, TVA_SOL_BAS}) {
+    int32 isdef = 0, prosta = -1, solsta = -1;
+    ASSERT_EQ(TVA_solutiondef(task, whichsol, &isdef), TVA_RES_OK);
+    EXPECT_EQ(isdef, 1) << whichsol;
+    ASSERT_EQ(TVA_getprosta(task, whichsol, &prosta), TVA_RES_OK);
+    ASSERT_EQ(TVA_getsolsta(task, whichsol, &solsta), TVA_RES_OK);
+    EXPECT_EQ(prosta, TVA_PRO_STA_PRIM_AND_DUAL_FEAS);
+    EXPECT_EQ(solsta, TVA_SOL_STA_OPTIMAL);
+  }
+  int32 isdef = 1;
+  ASSERT_EQ(TVA_solutiondef(task, TVA_SOL_ITG, &isdef), TVA_RES_OK);
+  EXPECT_EQ(isdef, 0);
+}
+
+TEST_F(OptimizeSlots, MaximizeFlipsTheStoredDuals) {
+  small_lp(false);
+  ASSERT_EQ(TVA_putobjsense(task, TVA_OBJECTIVE_SENSE_MAXIMIZE), TVA_RES_OK);
+  ASSERT_EQ(TVA_putintparam(task, TVA_IPAR_AUTO_UPDATE_SOL_INFO, TVA_ON), TVA_RES_OK);
+  ASSERT_EQ(TVA_optimize(task), TVA_RES_OK);
+  for (int32 whichsol : {TVA_SOL_ITR, TVA_SOL_BAS}) {
+    double y[1] = {0}, slx[2] = {0, 0}, xx[2] = {1, 1};
+    int32 solsta = -1;
+    ASSERT_EQ(TVA_getsolution(task, whichsol, nullptr, &solsta, nullptr, nullptr, nullptr, nullptr,
+                              xx, y, nullptr, nullptr, slx, nullptr, nullptr),
+              TVA_RES_OK);
+    EXPECT_EQ(solsta, TVA_SOL_STA_OPTIMAL);
+    EXPECT_EQ(y[0], -2.0);
+    EXPECT_EQ(slx[0], -2.0);
+    EXPECT_EQ(slx[1], -2.0);
+    EXPECT_EQ(xx[0], 0.0);
+  }
+  int32 solsta_item = -1;
+  ASSERT_EQ(TVA_getintinf(task, TVA_IINF_SOL_ITR_SOLSTA, &solsta_item), TVA_RES_OK);
+  EXPECT_EQ(solsta_item, TVA_SOL_STA_OPTIMAL);
+  log.clear();
+  ASSERT_EQ(TVA_onesolutionsummary(task, TVA_STREAM_MSG, TVA_SOL_ITR), TVA_RES_OK);
+  EXPECT_EQ(log.rfind("Interior-point solution summary\n"
+                      "  Problem status  : PRIMAL_AND_DUAL_FEASIBLE\n"
+                      "  Solution status : OPTIMAL\n"
+                      "  Primal.  obj: ",
+                      0),
+            0u)
+      << log;
+}
+
+} // namespace
