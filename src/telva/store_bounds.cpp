@@ -12,8 +12,10 @@ bool has_upper(int32 bk) {
   return bk == TVA_BK_UP || bk == TVA_BK_FX || bk == TVA_BK_RA;
 }
 
+} // namespace
+
 // The checks of one bound in the order the put family gives them; warnings on the way.
-TVArescode check_bound(TvaTask* task, bool con, int32 i, int32 bk, double bl, double bu) {
+TVArescode store_check_bound(TvaTask* task, bool con, int32 i, int32 bk, double bl, double bu) {
   if (bk < 0 || bk > TVA_BK_RA)
     return con ? TVA_REP(task, ERR_INV_BKC, bk, "bkc") : TVA_REP(task, ERR_INV_BKX, bk, "bkx");
   if (has_lower(bk) && std::isnan(bl)) return TVA_REP(task, ERR_LOWER_BOUND_IS_A_NAN);
@@ -55,8 +57,6 @@ void store_one_bound(TvaTask* task, bool con, int32 i, int32 bk, double bl, doub
   (con ? s.buc : s.bux)[i] = up ? (bk == TVA_BK_FX ? bl : bu) : kInfinity;
 }
 
-} // namespace
-
 TVArescode store_putboundlist(TvaTask* task, int32 accmode, int32 num, const int32* sub,
                               int32 first, const int32* bk, const double* bl, const double* bu) {
   if (accmode != TVA_ACC_VAR && accmode != TVA_ACC_CON)
@@ -71,7 +71,7 @@ TVArescode store_putboundlist(TvaTask* task, int32 accmode, int32 num, const int
   for (int32 t = 0; t < num; ++t) {
     int32 i = sub ? sub[t] : first + t;
     TVArescode r = sub ? check_index_arr(task, i, t, count, "sub") : TVA_RES_OK;
-    if (r == TVA_RES_OK) r = check_bound(task, con, i, bk[t], bl[t], bu[t]);
+    if (r == TVA_RES_OK) r = store_check_bound(task, con, i, bk[t], bl[t], bu[t]);
     if (r != TVA_RES_OK) return r;
   }
   for (int32 t = 0; t < num; ++t)
@@ -84,7 +84,7 @@ TVArescode store_putbound(TvaTask* task, int32 accmode, int32 i, int32 bk, doubl
     return TVA_REP(task, ERR_INVALID_ACCMODE, accmode);
   bool con = accmode == TVA_ACC_CON;
   TVArescode r = check_index(task, i, con ? task->numcon : task->numvar, "i");
-  if (r == TVA_RES_OK) r = check_bound(task, con, i, bk, bl, bu);
+  if (r == TVA_RES_OK) r = store_check_bound(task, con, i, bk, bl, bu);
   if (r == TVA_RES_OK) store_one_bound(task, con, i, bk, bl, bu);
   return r;
 }
@@ -98,9 +98,7 @@ void store_getbound(const TvaTask* task, int32 accmode, int32 i, int32* bk, doub
   if (bu) *bu = (con ? s.buc : s.bux)[i];
 }
 
-namespace {
-
-TVArescode check_c(TvaTask* task, int32 j, double cj) {
+TVArescode store_check_c(TvaTask* task, int32 j, double cj) {
   const char* name = store_getname(task, kNameVar, j);
   if (std::isnan(cj)) return TVA_REP(task, ERR_NAN_IN_C, name, j);
   if (std::fabs(cj) > task->dparam[TVA_DPAR_DATA_TOL_C_HUGE])
@@ -109,8 +107,6 @@ TVArescode check_c(TvaTask* task, int32 j, double cj) {
     return TVA_REP(task, WRN_LARGE_CJ, TVA_WJP_VALUE, cj, name, j);
   return TVA_RES_OK;
 }
-
-} // namespace
 
 TVArescode store_putclist(TvaTask* task, int32 num, const int32* sub, int32 first,
                           const double* val) {
@@ -122,7 +118,7 @@ TVArescode store_putclist(TvaTask* task, int32 num, const int32* sub, int32 firs
   for (int32 t = 0; t < num; ++t) {
     int32 j = sub ? sub[t] : first + t;
     TVArescode r = sub ? check_index_arr(task, j, t, task->numvar, "subj") : TVA_RES_OK;
-    if (r == TVA_RES_OK) r = check_c(task, j, val[t]);
+    if (r == TVA_RES_OK) r = store_check_c(task, j, val[t]);
     if (r != TVA_RES_OK) return r;
   }
   for (int32 t = 0; t < num; ++t)
@@ -132,7 +128,7 @@ TVArescode store_putclist(TvaTask* task, int32 num, const int32* sub, int32 firs
 
 TVArescode store_putcj(TvaTask* task, int32 j, double cj) {
   TVArescode r = check_index(task, j, task->numvar, "j");
-  if (r == TVA_RES_OK) r = check_c(task, j, cj);
+  if (r == TVA_RES_OK) r = store_check_c(task, j, cj);
   if (r == TVA_RES_OK) task->store.c[j] = cj;
   return r;
 }

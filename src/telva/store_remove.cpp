@@ -55,6 +55,7 @@ TVArescode store_removecons(TvaTask* task, int32 num, const int32* subset) {
   compact(s.buc, newidx.p, m);
   compact(s.rowcost, newidx.p, m);
   compact(s.name_offset[kNameCon], newidx.p, m);
+  store_dropnamemap(task, kNameCon);
   task->numcon = newcount;
   return TVA_RES_OK;
 }
@@ -102,6 +103,7 @@ TVArescode store_removevars(TvaTask* task, int32 num, const int32* subset) {
   compact(s.varaux[0], newidx.p, n);
   compact(s.varaux[1], newidx.p, n);
   compact(s.name_offset[kNameVar], newidx.p, n);
+  store_dropnamemap(task, kNameVar);
   task->numvar = newcount;
   return TVA_RES_OK;
 }
@@ -122,6 +124,7 @@ TVArescode store_removecones(TvaTask* task, int32 num, const int32* subset) {
   compact(s.conetype, newidx.p, nc);
   compact(s.conepar, newidx.p, nc);
   compact(s.name_offset[kNameCone], newidx.p, nc);
+  store_dropnamemap(task, kNameCone);
   task->numcone = newcount;
   return TVA_RES_OK;
 }
@@ -145,6 +148,7 @@ TVArescode store_removebarvars(TvaTask* task, int32 num, const int32* subset) {
   hyposm_commit_renumber(s.bara, false, newcount);
   compact(s.bardim, newidx.p, nb);
   compact(s.name_offset[kNameBarvar], newidx.p, nb);
+  store_dropnamemap(task, kNameBarvar);
   task->numbarvar = newcount;
   return TVA_RES_OK;
 }
