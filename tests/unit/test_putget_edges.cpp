@@ -2,6 +2,7 @@
 // side, empty slices, tiny values, surplus arithmetic, and the one change signal of a put.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <tuple>
 #include <vector>
@@ -178,6 +179,34 @@ TEST_F(PutGetEdges, QuadraticReadsInEitherOrder) {
   EXPECT_EQ(num, 1);
   EXPECT_EQ(surp, 1);
   EXPECT_EQ(std::make_tuple(qi[0], qj[0], qv[0]), std::make_tuple(1, 0, 2.0));
+}
+
+TEST_F(PutGetEdges, BlockTripletsReadBackAsPut) {
+  int dims[] = {3, 2};
+  ASSERT_EQ(TVA_appendbarvars(task, 2, dims), TVA_RES_OK);
+  int si[] = {1, 0, 1}, sj[] = {0, 1, 0}, sk[] = {2, 1, 1}, sl[] = {0, 1, 0};
+  double sv[] = {1.5, -2.0, 4.0};
+  ASSERT_EQ(TVA_putbarablocktriplet(task, 3, si, sj, sk, sl, sv), TVA_RES_OK);
+  ASSERT_EQ(TVA_putbarcblocktriplet(task, 3, sj, sk, sl, sv), TVA_RES_OK);
+  TVAint64t n = -1, got = -1;
+  ASSERT_EQ(TVA_getnumbarablocktriplets(task, &n), TVA_RES_OK);
+  ASSERT_EQ(n, 3);
+  int gi[3], gj[3], gk[3], gl[3];
+  double gv[3];
+  ASSERT_EQ(TVA_getbarablocktriplet(task, 3, &got, gi, gj, gk, gl, gv), TVA_RES_OK);
+  std::vector<std::tuple<int, int, int, int, double>> put, back;
+  for (int t = 0; t < 3; ++t) {
+    put.emplace_back(si[t], sj[t], sk[t], sl[t], sv[t]);
+    back.emplace_back(gi[t], gj[t], gk[t], gl[t], gv[t]);
+  }
+  std::sort(put.begin(), put.end());
+  std::sort(back.begin(), back.end());
+  EXPECT_EQ(back, put);
+  // barC got the same elements, one matrix per bar variable.
+  ASSERT_EQ(TVA_getnumbarcblocktriplets(task, &n), TVA_RES_OK);
+  EXPECT_EQ(n, 3);
+  ASSERT_EQ(TVA_getbarcblocktriplet(task, 3, &got, gj, gk, gl, gv), TVA_RES_OK);
+  EXPECT_EQ(got, 3);
 }
 
 TEST_F(PutGetEdges, NonlinearCallbacksAreStoredAsGiven) {

@@ -296,8 +296,42 @@ TEST_F(PutGetErrors, QuadraticConesAndSemidefinite) {
 }
 
 TEST_F(PutGetErrors, CountsAndHandles) {
-  REFUSED(TVA_getnumcon(task, nullptr), TVA_RES_ERR_NULL_POINTER);
-  REFUSED(TVA_getmaxnumvar(task, nullptr), TVA_RES_ERR_NULL_POINTER);
+  using Count32 = TVArescode (*)(TVAtask_t, TVAint32t*);
+  using Count64 = TVArescode (*)(TVAtask_t, TVAint64t*);
+  // Counts and capacities against what the fixture put in.
+  struct {
+    Count32 f;
+    int want;
+  } c32[] = {{TVA_getnumcon, 3},     {TVA_getnumvar, 5},     {TVA_getnumcone, 1},
+             {TVA_getnumbarvar, 1},  {TVA_getnumintvar, 0},  {TVA_getmaxnumcon, 3},
+             {TVA_getmaxnumvar, 5},  {TVA_getmaxnumcone, 1}, {TVA_getmaxnumbarvar, 1},
+             {TVA_getmaxnumanz, -1}, {TVA_getmaxnumqnz, -1}, {TVA_getnumanz, 8},
+             {TVA_getnumqobjnz, 2},  {TVA_getobjsense, 0}};
+  for (auto [f, want] : c32) {
+    int got = -7;
+    EXPECT_EQ(f(task, &got), TVA_RES_OK);
+    if (want >= 0) {
+      EXPECT_EQ(got, want);
+    }
+    EXPECT_GE(got, 0);
+    REFUSED(f(task, nullptr), TVA_RES_ERR_NULL_POINTER);
+  }
+  struct {
+    Count64 f;
+    TVAint64t want;
+  } c64[] = {
+      {TVA_getnumsymmat, 1}, {TVA_getmaxnumanz64, -1},         {TVA_getmaxnumqnz64, -1},
+      {TVA_getnumanz64, 8},  {TVA_getnumqobjnz64, 2},          {TVA_getnumbarcnz, 1},
+      {TVA_getnumbaranz, 1}, {TVA_getnumbarcblocktriplets, 2}, {TVA_getnumbarablocktriplets, 2}};
+  for (auto [f, want] : c64) {
+    TVAint64t got = -7;
+    EXPECT_EQ(f(task, &got), TVA_RES_OK);
+    if (want >= 0) {
+      EXPECT_EQ(got, want);
+    }
+    EXPECT_GE(got, 0);
+    REFUSED(f(task, nullptr), TVA_RES_ERR_NULL_POINTER);
+  }
   int n;
   EXPECT_EQ(TVA_getnumcon(nullptr, &n), TVA_RES_ERR_NULL_TASK);
   EXPECT_EQ(TVA_putcj(nullptr, 0, 1.0), TVA_RES_ERR_NULL_TASK);
