@@ -1,4 +1,6 @@
 // Bounds, the linear objective and its constant, the objective sense and the integer marks.
+#include <algorithm>
+
 #include "telva/store_internal.h"
 
 namespace telva {
@@ -65,8 +67,9 @@ TVArescode store_putboundlist(TvaTask* task, int32 accmode, int32 num, const int
   int32 count = con ? task->numcon : task->numvar;
   if (num < 0) return check_count(task, num, "num");
   if (!sub) {
-    if (first < 0) return TVA_REP(task, ERR_FIRST, first);
-    if (int64(first) + num > count) return TVA_REP(task, ERR_LAST, first + num);
+    TVArescode r = check_slice(
+        task, first, static_cast<int32>(std::min<int64>(int64(first) + num, 0x7fffffff)), count);
+    if (r != TVA_RES_OK) return r;
   }
   for (int32 t = 0; t < num; ++t) {
     int32 i = sub ? sub[t] : first + t;
@@ -112,8 +115,10 @@ TVArescode store_putclist(TvaTask* task, int32 num, const int32* sub, int32 firs
                           const double* val) {
   if (num < 0) return check_count(task, num, "num");
   if (!sub) {
-    if (first < 0) return TVA_REP(task, ERR_FIRST, first);
-    if (int64(first) + num > task->numvar) return TVA_REP(task, ERR_LAST, first + num);
+    TVArescode r = check_slice(task, first,
+                               static_cast<int32>(std::min<int64>(int64(first) + num, 0x7fffffff)),
+                               task->numvar);
+    if (r != TVA_RES_OK) return r;
   }
   for (int32 t = 0; t < num; ++t) {
     int32 j = sub ? sub[t] : first + t;

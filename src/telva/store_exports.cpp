@@ -152,7 +152,14 @@ TVAAPI TVArescode TVA_getconbound(TVAtask_t task, TVAint32t i, TVAint32t* bk, do
   });
 }
 TVAAPI TVArescode TVA_putobjsense(TVAtask_t task, TVAint32t sense) {
-  return putget_put(task, kChangeSense, [&] { return store_putobjsense(task, sense); });
+  // Only a real change of the sense tells the solutions.
+  int32 old = -1;
+  TVArescode r = putget_call(task, [&] {
+    old = task->store.objsense;
+    return store_putobjsense(task, sense);
+  });
+  if (r == TVA_RES_OK && old != sense) store_changed(task, kChangeSense);
+  return r;
 }
 
 TVAAPI TVArescode TVA_removecons(TVAtask_t task, TVAint32t num, const TVAint32t* subset) {

@@ -109,6 +109,11 @@ TEST_F(PutGetEdges, EverySuccessfulPutSignalsOnceAndAFailedOneNot) {
   ASSERT_EQ(TVA_putvarname(task, 0, "x"), TVA_RES_OK);
   ASSERT_EQ(TVA_putvartype(task, 0, TVA_VAR_TYPE_INT), TVA_RES_OK);
   EXPECT_EQ(task->store.change_count, n + 3);
+  // The sense tells only when it really changes.
+  ASSERT_EQ(TVA_putobjsense(task, TVA_OBJECTIVE_SENSE_MINIMIZE), TVA_RES_OK);
+  EXPECT_EQ(task->store.change_count, n + 3);
+  ASSERT_EQ(TVA_putobjsense(task, TVA_OBJECTIVE_SENSE_MAXIMIZE), TVA_RES_OK);
+  EXPECT_EQ(task->store.change_count, n + 4);
 }
 
 TEST_F(PutGetEdges, EmptySlicesAndTinyValues) {
