@@ -94,7 +94,7 @@ TVAAPI TVArescode TVA_putvartypelist(TVAtask_t task, TVAint32t num, const TVAint
     if (e == TVA_RES_OK && num > 0 && (!subj || !vartype))
       e = TVA_REP(task, ERR_NULL_POINTER, subj ? "vartype" : "subj");
     for (int32 t = 0; t < num && e == TVA_RES_OK; ++t) {
-      e = check_index_arr(task, subj[t], t, task->numvar, "subj");
+      e = check_index(task, subj[t], task->numvar, "subj");
       if (e == TVA_RES_OK) e = store_putvartype(task, subj[t], vartype[t]);
     }
     return e;
@@ -113,9 +113,13 @@ TVAAPI TVArescode TVA_getvartypelist(TVAtask_t task, TVAint32t num, const TVAint
                                      TVAint32t* vartype) {
   return putget_call(task, [&]() -> TVArescode {
     TVArescode r = check_count(task, num, "num");
-    if (r == TVA_RES_OK) r = check_index_list(task, num, subj, task->numvar, "subj");
     if (r != TVA_RES_OK || num == 0) return r;
+    TVA_NEED_PTR(task, subj);
     TVA_NEED_PTR(task, vartype);
+    // The type list names the array but not the position in its messages.
+    for (int32 t = 0; t < num && r == TVA_RES_OK; ++t)
+      r = check_index(task, subj[t], task->numvar, "subj");
+    if (r != TVA_RES_OK) return r;
     for (int32 t = 0; t < num; ++t)
       vartype[t] = task->store.vartype[subj[t]];
     return TVA_RES_OK;

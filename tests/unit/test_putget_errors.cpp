@@ -135,8 +135,9 @@ TEST_F(PutGetErrors, Objective) {
   REFUSED(TVA_putvartype(task, 0, 2), TVA_RES_ERR_INV_VAR_TYPE);
   REFUSED(TVA_getvartype(task, -1, &t), TVA_RES_ERR_INDEX_IS_TOO_SMALL);
   int types_out[2];
-  REFUSED(TVA_getvartypelist(task, 2, sub, types_out), TVA_RES_ERR_INDEX_ARR_IS_TOO_LARGE);
-  REFUSED(TVA_putvartypelist(task, 2, sub, good), TVA_RES_ERR_INDEX_ARR_IS_TOO_LARGE);
+  REFUSED(TVA_getvartypelist(task, 2, sub, types_out), TVA_RES_ERR_INDEX_IS_TOO_LARGE);
+  REFUSED(TVA_putvartypelist(task, 1, sub + 1, good), TVA_RES_ERR_INDEX_IS_TOO_LARGE);
+  REFUSED(TVA_putvartypelist(task, 1, nullptr, good), TVA_RES_ERR_NULL_POINTER);
   // The type list goes element by element: what came before a failure stays.
   int subj[] = {1, 2}, types[] = {TVA_VAR_TYPE_INT, 7};
   EXPECT_EQ(TVA_putvartypelist(task, 2, subj, types), TVA_RES_ERR_INV_VAR_TYPE);
