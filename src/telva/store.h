@@ -208,6 +208,11 @@ const char* store_getobjname(const TvaTask* task);
 TVArescode store_findname(TvaTask* task, int32 cls, const char* name, int32* item);
 // Drops the class's map (after items were renumbered); the next lookup makes it anew.
 void store_dropnamemap(TvaTask* task, int32 cls);
+// The name the file writers show: the item's own, or one generated from the class's prefix
+// ("C", "X", "K", "BARX") and the index plus 1; the objective's is "OBJ" when unset. buf holds
+// at least 16 bytes; the result points to the stored name or to buf.
+const char* store_name_or_generated(const TvaTask* task, int32 cls, int32 i, char* buf);
+const char* store_objname_or_generated(const TvaTask* task);
 // The duplicate check of the file writers: a warning for the first class with duplicates.
 TVArescode store_warn_duplicate_names(TvaTask* task);
 

@@ -1,6 +1,7 @@
 // Item names of the store: one arena of zero-terminated strings, offsets per item, and per
 // class a hash map from name to item that is made by the first lookup.
 #include <algorithm>
+#include <cstdio>
 
 #include "telva/store_internal.h"
 
@@ -262,6 +263,19 @@ TVArescode store_findname(TvaTask* task, int32 cls, const char* name, int32* ite
   *item =
       hashtabl_find(&task->store.name_map[cls], hashtabl_strhash(name), name, name_matches, &ctx);
   return TVA_RES_OK;
+}
+
+const char* store_name_or_generated(const TvaTask* task, int32 cls, int32 i, char* buf) {
+  const char* own = store_getname(task, cls, i);
+  if (*own) return own;
+  static const char* const prefixes[kNumNameClasses] = {"C", "X", "K", "BARX"};
+  std::snprintf(buf, 16, "%s%d", prefixes[cls], i + 1);
+  return buf;
+}
+
+const char* store_objname_or_generated(const TvaTask* task) {
+  const char* own = store_getobjname(task);
+  return *own ? own : "OBJ";
 }
 
 TVArescode store_warn_duplicate_names(TvaTask* task) {

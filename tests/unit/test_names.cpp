@@ -176,6 +176,23 @@ TEST_F(Names, ObjectiveTaskAndGreatestLength) {
   EXPECT_EQ(len, 18);
 }
 
+TEST_F(Names, WritersSeeGeneratedNamesForUnnamedItems) {
+  char buf[16];
+  ASSERT_EQ(TVA_putvarname(task, 1, "flow"), TVA_RES_OK);
+  EXPECT_STREQ(telva::store_name_or_generated(task, telva::kNameVar, 0, buf), "X1");
+  EXPECT_STREQ(telva::store_name_or_generated(task, telva::kNameVar, 1, buf), "flow");
+  EXPECT_STREQ(telva::store_name_or_generated(task, telva::kNameCon, 2, buf), "C3");
+  int mem[] = {0};
+  int dim = 1;
+  ASSERT_EQ(TVA_appendcone(task, TVA_CT_QUAD, 0.0, 1, mem), TVA_RES_OK);
+  ASSERT_EQ(TVA_appendbarvars(task, 1, &dim), TVA_RES_OK);
+  EXPECT_STREQ(telva::store_name_or_generated(task, telva::kNameCone, 0, buf), "K1");
+  EXPECT_STREQ(telva::store_name_or_generated(task, telva::kNameBarvar, 0, buf), "BARX1");
+  EXPECT_STREQ(telva::store_objname_or_generated(task), "OBJ");
+  ASSERT_EQ(TVA_putobjname(task, "z"), TVA_RES_OK);
+  EXPECT_STREQ(telva::store_objname_or_generated(task), "z");
+}
+
 TEST_F(Names, AnalyzeNamesByFormat) {
   // Nothing named: the general rules pass, LP passes, MPS wants the objective named first.
   EXPECT_EQ(TVA_analyzenames(task, TVA_STREAM_LOG, TVA_NAME_TYPE_GEN), TVA_RES_OK);
