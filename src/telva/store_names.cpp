@@ -176,7 +176,21 @@ int32 store_name_count(const TvaTask* task, int32 cls) {
 int64 store_name_place(TvaTask* task, const char* name, int64 len) {
   ProblemStore& s = task->store;
   if (!s.name_arena || s.name_surplus < len + 1) {
+    // A name that lives in the arena itself (one item's name given to another) is copied out
+    // first, since growing frees the old arena.
+    bool inside = s.name_arena && name >= s.name_arena && name < s.name_arena + s.name_arena_size;
+    ScratchArr<char> copy(task->sys, inside ? len + 1 : 0);
+    if (inside) {
+      if (!copy.ok()) return -1;
+      std::memcpy(copy.p, name, len);
+      name = copy.p;
+    }
     if (!grow_arena(task, len + 1)) return -1;
+    int64 off = s.name_arena_size - s.name_surplus;
+    std::memcpy(s.name_arena + off, name, len);
+    s.name_arena[off + len] = '\0';
+    s.name_surplus -= len + 1;
+    return off;
   }
   int64 off = s.name_arena_size - s.name_surplus;
   std::memcpy(s.name_arena + off, name, len);

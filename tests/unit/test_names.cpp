@@ -95,6 +95,17 @@ TEST_F(Names, ClearingANameFreesItForAnotherItem) {
   EXPECT_EQ(var_name(3), "");
 }
 
+TEST_F(Names, ANameTakenFromTheArenaItselfSurvivesItsGrowth) {
+  // Inner callers may hand one item's stored name to another; the arena grows meanwhile.
+  ASSERT_EQ(TVA_putvarname(task, 0, std::string(40, 'a').c_str()), TVA_RES_OK);
+  for (int round = 0; round < 6; ++round)
+    for (int j = 1; j < 4; ++j)
+      ASSERT_EQ(telva::store_putname(task, telva::kNameVar, j,
+                                     telva::store_getname(task, telva::kNameVar, j - 1)),
+                TVA_RES_OK);
+  EXPECT_EQ(var_name(3), std::string(40, 'a'));
+}
+
 TEST_F(Names, MaxlenBoundary) {
   ASSERT_EQ(TVA_putconname(task, 0, "abcde"), TVA_RES_OK);
   char buf[8] = "zzzzzzz";
