@@ -207,6 +207,8 @@ TVAAPI TVArescode TVA_clonetask(TVAtask_t task, TVAtask_t* pclone) {
     }
   }
   if (r != TVA_RES_OK) {
+    // The failure was reported on the clone, which goes: the source keeps the message.
+    task_set_last_response(task, r, clone->lastmsg ? clone->lastmsg : "");
     TVA_deletetask(&clone);
     return r;
   }

@@ -113,6 +113,27 @@ TEST_F(PutGetSpace, ListsAndSlices) {
 
 TEST_F(PutGetSpace, CloneLeavesTheSourceAsItWas) {
   TVAtask_t clone = nullptr;
+  // The last allocation a clone needs is taken after the new task stands: failing there is
+  // reported on the clone, and the source keeps the failure as its last response.
+  long needed = -1;
+  for (long b = 0; b < 400 && needed < 0; ++b) {
+    g_budget = b;
+    TVArescode r = TVA_clonetask(task, &clone);
+    g_budget = -1;
+    if (r == TVA_RES_OK) {
+      needed = b;
+      EXPECT_EQ(TVA_deletetask(&clone), TVA_RES_OK);
+    }
+  }
+  ASSERT_GT(needed, 0);
+  g_budget = needed - 1;
+  EXPECT_EQ(TVA_clonetask(task, &clone), TVA_RES_ERR_SPACE);
+  g_budget = -1;
+  TVArescode last = -1;
+  int len = 0;
+  char msg[256];
+  EXPECT_EQ(TVA_getlasterror(task, &last, sizeof msg, &len, msg), TVA_RES_OK);
+  EXPECT_EQ(last, TVA_RES_ERR_SPACE);
   each_budget([&] { return TVA_clonetask(task, &clone); }, "clone");
   ASSERT_NE(clone, nullptr);
   EXPECT_TRUE(storetest::snapshot(clone) == storetest::snapshot(task));
