@@ -90,7 +90,7 @@ Problem random_problem(unsigned seed) {
 }
 
 // The ways of putting the problem in.
-enum Mode { kSingle, kColumns, kRows, kTriplets };
+enum Mode { kSingle, kColumns, kRows, kTriplets, kColumnsWide, kRowsWide };
 
 void put_a(TVAtask_t task, const Problem& p, Mode mode) {
   if (mode == kSingle) {
@@ -111,8 +111,9 @@ void put_a(TVAtask_t task, const Problem& p, Mode mode) {
     return;
   }
   // By columns or rows: the first half of the items as a slice, the rest as a list in reverse
-  // order, alternating 32- and 64-bit pointers.
-  bool bycol = mode == kColumns;
+  // order, one of them with 32-bit and the other with 64-bit pointers.
+  bool bycol = mode == kColumns || mode == kColumnsWide;
+  bool slice64 = mode == kRows || mode == kColumnsWide;
   int count = bycol ? p.n : p.m;
   std::vector<std::vector<std::pair<int, double>>> vec(count);
   for (const auto& [ij, v] : p.a)
@@ -126,13 +127,15 @@ void put_a(TVAtask_t task, const Problem& p, Mode mode) {
       sub.push_back(s), val.push_back(v);
     ptre.push_back(static_cast<int>(sub.size()));
   }
-  if (bycol) {
-    ASSERT_EQ(TVA_putacolslice(task, 0, half, ptrb.data(), ptre.data(), sub.data(), val.data()),
-              TVA_RES_OK);
-  } else {
+  {
     std::vector<TVAint64t> b(ptrb.begin(), ptrb.end()), e(ptre.begin(), ptre.end());
-    ASSERT_EQ(TVA_putarowslice64(task, 0, half, b.data(), e.data(), sub.data(), val.data()),
-              TVA_RES_OK);
+    auto s32 = bycol ? TVA_putacolslice : TVA_putarowslice;
+    auto s64 = bycol ? TVA_putacolslice64 : TVA_putarowslice64;
+    if (slice64) {
+      ASSERT_EQ(s64(task, 0, half, b.data(), e.data(), sub.data(), val.data()), TVA_RES_OK);
+    } else {
+      ASSERT_EQ(s32(task, 0, half, ptrb.data(), ptre.data(), sub.data(), val.data()), TVA_RES_OK);
+    }
   }
   sub.clear(), val.clear(), ptrb.clear(), ptre.clear();
   for (int k = count - 1; k >= half; --k) {
@@ -143,15 +146,14 @@ void put_a(TVAtask_t task, const Problem& p, Mode mode) {
     ptre.push_back(static_cast<int>(sub.size()));
   }
   int num = static_cast<int>(items.size());
-  if (bycol) {
-    std::vector<TVAint64t> b(ptrb.begin(), ptrb.end()), e(ptre.begin(), ptre.end());
-    ASSERT_EQ(
-        TVA_putacollist64(task, num, items.data(), b.data(), e.data(), sub.data(), val.data()),
-        TVA_RES_OK);
+  std::vector<TVAint64t> b(ptrb.begin(), ptrb.end()), e(ptre.begin(), ptre.end());
+  auto l32 = bycol ? TVA_putacollist : TVA_putarowlist;
+  auto l64 = bycol ? TVA_putacollist64 : TVA_putarowlist64;
+  if (slice64) {
+    ASSERT_EQ(l32(task, num, items.data(), ptrb.data(), ptre.data(), sub.data(), val.data()),
+              TVA_RES_OK);
   } else {
-    ASSERT_EQ(
-        TVA_putarowlist(task, num, items.data(), ptrb.data(), ptre.data(), sub.data(), val.data()),
-        TVA_RES_OK);
+    ASSERT_EQ(l64(task, num, items.data(), b.data(), e.data(), sub.data(), val.data()), TVA_RES_OK);
   }
 }
 
@@ -197,8 +199,14 @@ void build(TVAtask_t task, const Problem& p, Mode mode) {
                                   bl.data(), bu.data()),
               TVA_RES_OK);
     int hv = p.n / 2;
-    ASSERT_EQ(TVA_putboundslice(task, TVA_ACC_VAR, 0, hv, p.bkx.data(), p.blx.data(), p.bux.data()),
-              TVA_RES_OK);
+    if (mode == kTriplets) {
+      ASSERT_EQ(TVA_putvarboundslice(task, 0, hv, p.bkx.data(), p.blx.data(), p.bux.data()),
+                TVA_RES_OK);
+    } else {
+      ASSERT_EQ(
+          TVA_putboundslice(task, TVA_ACC_VAR, 0, hv, p.bkx.data(), p.blx.data(), p.bux.data()),
+          TVA_RES_OK);
+    }
     std::vector<int> vsub;
     for (int j = hv; j < p.n; ++j)
       vsub.push_back(j);
@@ -260,6 +268,7 @@ void build(TVAtask_t task, const Problem& p, Mode mode) {
 // data, they are checked against each other on the way.
 struct Readback {
   int m = 0, n = 0, numcone = 0, numbarvar = 0, numintvar = 0, sense = -1;
+  std::vector<int> bardims;
   double cfix = 0.0;
   std::vector<std::tuple<int, double, double>> con, var;
   std::vector<double> c;
@@ -303,6 +312,14 @@ Readback read_all(TVAtask_t task) {
   EXPECT_EQ(TVA_getnumvar(task, &r.n), TVA_RES_OK);
   EXPECT_EQ(TVA_getnumcone(task, &r.numcone), TVA_RES_OK);
   EXPECT_EQ(TVA_getnumbarvar(task, &r.numbarvar), TVA_RES_OK);
+  for (int j = 0; j < r.numbarvar; ++j) {
+    int dim = -1;
+    TVAint64t len = -1;
+    EXPECT_EQ(TVA_getdimbarvarj(task, j, &dim), TVA_RES_OK);
+    EXPECT_EQ(TVA_getlenbarvarj(task, j, &len), TVA_RES_OK);
+    EXPECT_EQ(len, TVAint64t(dim) * (dim + 1) / 2);
+    r.bardims.push_back(dim);
+  }
   EXPECT_EQ(TVA_getnumintvar(task, &r.numintvar), TVA_RES_OK);
   EXPECT_EQ(TVA_getobjsense(task, &r.sense), TVA_RES_OK);
   EXPECT_EQ(TVA_getcfix(task, &r.cfix), TVA_RES_OK);
@@ -589,7 +606,7 @@ protected:
 TEST_P(PutGetRandom, EveryPutFormReadsBackIdenticallyAndSoDoesTheClone) {
   Problem p = random_problem(GetParam());
   std::vector<Readback> seen;
-  for (Mode mode : {kSingle, kColumns, kRows, kTriplets}) {
+  for (Mode mode : {kSingle, kColumns, kRows, kTriplets, kColumnsWide, kRowsWide}) {
     TVAtask_t task = nullptr;
     ASSERT_EQ(TVA_maketask(env, 0, 0, &task), TVA_RES_OK);
     build(task, p, mode);
