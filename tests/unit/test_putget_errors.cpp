@@ -336,6 +336,14 @@ TEST_F(PutGetErrors, CountsAndHandles) {
   int n;
   EXPECT_EQ(TVA_getnumcon(nullptr, &n), TVA_RES_ERR_NULL_TASK);
   EXPECT_EQ(TVA_putcj(nullptr, 0, 1.0), TVA_RES_ERR_NULL_TASK);
+  // The unchecked stores still check the handle.
+  EXPECT_EQ(TVA_putcfix(nullptr, 1.0), TVA_RES_ERR_NULL_TASK);
+  EXPECT_EQ(TVA_putobjname(nullptr, "a"), TVA_RES_ERR_NULL_TASK);
+  EXPECT_EQ(TVA_puttaskname(nullptr, "a"), TVA_RES_ERR_NULL_TASK);
+  EXPECT_EQ(TVA_putnlfunc(nullptr, nullptr, nullptr, nullptr), TVA_RES_ERR_NULL_TASK);
+  EXPECT_EQ(TVA_getnlfunc(nullptr, nullptr, nullptr, nullptr), TVA_RES_ERR_NULL_TASK);
+  TVAint64t len64;
+  REFUSED(TVA_getlenbarvarj(task, 1, &len64), TVA_RES_ERR_INDEX_IS_TOO_LARGE);
   EXPECT_EQ(TVA_getaslice(nullptr, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr),
             TVA_RES_ERR_NULL_TASK);
   // A capacity beyond 32 bits can only be read by the 64-bit form.
