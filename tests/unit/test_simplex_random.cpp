@@ -1,0 +1,240 @@
+// The primal simplex on random problems that are known to have an optimum: every pricing rule,
+// with and without scaling, must return a solution that satisfies the optimality conditions,
+// and all must agree on the optimal value. Hot starts after a change of costs or bounds must
+// reach the new optimum in fewer iterations than a cold start.
+#include "simplex_test_lp.h"
+
+using namespace telva;
+using namespace simtest;
+
+namespace {
+
+struct Shape {
+  int32 m, n;
+  double density;
+};
+
+} // namespace
+
+TEST(SimplexRandom, OptimalityConditionsUnderEveryRule) {
+  Sys s;
+  std::mt19937 rng(20261123);
+  const Shape shapes[] = {
+      {5, 8, 0.5}, {20, 30, 0.2}, {40, 25, 0.15}, {60, 120, 0.06}, {120, 80, 0.04}};
+  int32 solved = 0;
+  int64 iters[6] = {0};
+  for (const Shape& sh : shapes)
+    for (int32 trial = 0; trial < 4; ++trial) {
+      Lp lp = random_lp(rng, sh.m, sh.n, sh.density);
+      double ref = 0.0;
+      for (int32 rule : {0, 1, 2, 3, 4, 5})
+        for (int32 restrict : {10, 90})
+          for (int32 scaling : {0, 1}) {
+            SimplexSettings st = tight_settings();
+            st.primalselect = rule;
+            st.primalrestrict = restrict;
+            st.scaling = scaling;
+            Result r = solve(s.sys, lp, st);
+            ASSERT_EQ(r.code, kSimOk);
+            ASSERT_EQ(r.stat.solsta, TVA_SOL_STA_OPTIMAL)
+                << sh.m << "x" << sh.n << " trial " << trial << " rule " << rule;
+            EXPECT_LT(kkt_violation(lp, r), 1e-8)
+                << sh.m << "x" << sh.n << " trial " << trial << " rule " << rule;
+            if (rule == 0 && restrict == 10 && scaling == 0)
+              ref = r.pobj;
+            else
+              EXPECT_NEAR(r.pobj, ref, 1e-7 * (1 + std::fabs(ref)));
+            iters[rule] += r.iters();
+            solved++;
+          }
+    }
+  std::printf("[          ] %d solves; iterations free %lld partial %lld full %lld ase %lld "
+              "se %lld devex %lld\n",
+              solved, (long long)iters[0], (long long)iters[1], (long long)iters[2],
+              (long long)iters[3], (long long)iters[4], (long long)iters[5]);
+}
+
+// With the default tolerances the answer holds to them.
+TEST(SimplexRandom, DefaultTolerances) {
+  Sys s;
+  std::mt19937 rng(7);
+  for (int32 trial = 0; trial < 10; ++trial) {
+    Lp lp = random_lp(rng, 50, 70, 0.08);
+    Result r = solve(s.sys, lp, SimplexSettings{});
+    ASSERT_EQ(r.stat.solsta, TVA_SOL_STA_OPTIMAL);
+    EXPECT_LT(kkt_violation(lp, r), 1e-5);
+  }
+}
+
+// Infeasible random problems: a feasible one with one row made impossible against the others
+// (its bound pushed past what the variable bounds allow).
+TEST(SimplexRandom, InfeasibleCertificates) {
+  Sys s;
+  std::mt19937 rng(99);
+  for (int32 trial = 0; trial < 10; ++trial) {
+    Lp lp = random_lp(rng, 30, 40, 0.1);
+    // Row 0 becomes sum of x over boxed columns >= more than their upper bounds allow.
+    Lp bad(lp.m + 1);
+    for (int32 i = 0; i < lp.m; ++i)
+      bad.row(i, lp.blc[i], lp.buc[i]);
+    double cap = 0.0;
+    for (int32 j = 0; j < lp.n; ++j) {
+      std::vector<std::pair<int32, double>> e;
+      for (int32 k = lp.ptr[j]; k < lp.ptr[j + 1]; ++k)
+        e.push_back({lp.sub[k], lp.val[k]});
+      bool boxed = fin(lp.blx[j]) && fin(lp.bux[j]);
+      if (boxed) e.push_back({lp.m, 1.0}), cap += lp.bux[j];
+      bad.col(lp.c[j], lp.blx[j], lp.bux[j], e);
+    }
+    bad.row(lp.m, cap + 1.0, kInf);
+    for (int32 rule : {0, 2, 4, 5}) {
+      SimplexSettings st = tight_settings();
+      st.primalselect = rule;
+      Result r = solve(s.sys, bad, st);
+      ASSERT_EQ(r.stat.solsta, TVA_SOL_STA_PRIM_INFEAS_CER) << "trial " << trial;
+      EXPECT_GT(farkas_margin(bad, r, 1e-7), 1e-9);
+    }
+  }
+}
+
+// Same inputs, same path: iterations and values repeat exactly.
+TEST(SimplexRandom, SameInputsSamePath) {
+  Sys s;
+  std::mt19937 rng(5);
+  Lp lp = random_lp(rng, 60, 90, 0.06);
+  Result a = solve(s.sys, lp, SimplexSettings{});
+  Result b = solve(s.sys, lp, SimplexSettings{});
+  EXPECT_EQ(a.iters(), b.iters());
+  EXPECT_EQ(a.xx, b.xx);
+  EXPECT_EQ(a.skx, b.skx);
+}
+
+// Hot start from the previous basis after a change of costs (the basis stays primal feasible)
+// and after a change of bounds (it may not): the new optimum satisfies the conditions and is
+// reached in fewer iterations than from the slack basis.
+TEST(SimplexRandom, HotStartAfterCostAndBoundChanges) {
+  Sys s;
+  std::mt19937 rng(31);
+  std::uniform_real_distribution<double> u(0.0, 1.0);
+  int64 cold = 0, hot = 0;
+  for (int32 trial = 0; trial < 8; ++trial) {
+    Lp lp = random_lp(rng, 60, 90, 0.06);
+    SimplexSettings st = tight_settings();
+    Result first = solve(s.sys, lp, st);
+    ASSERT_EQ(first.stat.solsta, TVA_SOL_STA_OPTIMAL);
+    for (int32 change = 0; change < 2; ++change) {
+      Lp lp2 = lp;
+      if (change == 0) {
+        for (int32 j = 0; j < lp2.n; ++j)
+          if (u(rng) < 0.1) lp2.c[j] += u(rng) - 0.5;
+      } else {
+        for (int32 j = 0; j < lp2.n; ++j)
+          if (fin(lp2.bux[j]) && lp2.bux[j] > lp2.blx[j] + 1 && u(rng) < 0.1) lp2.bux[j] -= 1;
+      }
+      Result c = solve(s.sys, lp2, st);
+      SimplexSettings hs = st;
+      hs.hotstart = 6;
+      Result h = solve(s.sys, lp2, hs, &first);
+      if (c.stat.solsta != TVA_SOL_STA_OPTIMAL) {
+        // A tightened bound may cut the problem off: both starts must agree on it.
+        EXPECT_EQ(h.stat.solsta, c.stat.solsta);
+        continue;
+      }
+      ASSERT_EQ(h.stat.solsta, TVA_SOL_STA_OPTIMAL);
+      EXPECT_LT(kkt_violation(lp2, h), 1e-8);
+      EXPECT_NEAR(h.pobj, c.pobj, 1e-7 * (1 + std::fabs(c.pobj)));
+      cold += c.iters(), hot += h.iters();
+      EXPECT_LE(h.iters(), c.iters()) << "trial " << trial << " change " << change;
+    }
+  }
+  std::printf("[          ] iterations after changes: cold %lld, hot %lld\n", (long long)cold,
+              (long long)hot);
+  EXPECT_LT(2 * hot, cold);
+}
+
+// A start whose keys name a singular basis (two equal columns basic) is repaired with a
+// logical, and a start with too many or too few basic keys is completed.
+TEST(SimplexRandom, HotStartRepairsBadKeys) {
+  Sys s;
+  Lp lp(3);
+  lp.row(0, 1, 1), lp.row(1, -kInf, 4), lp.row(2, 0, kInf);
+  lp.col(1, 0, kInf, {{0, 1}, {1, 1}});
+  lp.col(1, 0, kInf, {{0, 1}, {1, 1}}); // the same column again
+  lp.col(-1, 0, 3, {{1, 1}, {2, -1}});
+  lp.col(2, -kInf, kInf, {{2, 1}});
+  Result start;
+  start.skc = {TVA_SK_LOW, TVA_SK_BAS, TVA_SK_LOW};
+  start.skx = {TVA_SK_BAS, TVA_SK_BAS, TVA_SK_BAS, TVA_SK_BAS}; // 5 basic for 3 rows
+  start.xc.assign(3, 0.0), start.xx.assign(4, 0.0);
+  SimplexSettings hs = tight_settings();
+  hs.hotstart = 6;
+  Result r = solve(s.sys, lp, hs, &start);
+  ASSERT_EQ(r.stat.solsta, TVA_SOL_STA_OPTIMAL);
+  EXPECT_LT(kkt_violation(lp, r), 1e-9);
+  start.skx = {TVA_SK_LOW, TVA_SK_LOW, TVA_SK_UPR, TVA_SK_SUPBAS}; // 1 basic for 3 rows
+  start.xx = {0, 0, 3, 0.25};
+  r = solve(s.sys, lp, hs, &start);
+  ASSERT_EQ(r.stat.solsta, TVA_SOL_STA_OPTIMAL);
+  EXPECT_LT(kkt_violation(lp, r), 1e-9);
+  EXPECT_GE(r.stat.artificials, 0);
+}
+
+// Limits: the iteration limit ends with its code and keys that still name a basis.
+TEST(SimplexRandom, IterationLimit) {
+  Sys s;
+  std::mt19937 rng(11);
+  Lp lp = random_lp(rng, 60, 90, 0.06);
+  SimplexSettings st;
+  for (auto& v : st.maxiter)
+    v = 3;
+  Result r = solve(s.sys, lp, st);
+  EXPECT_EQ(r.code, kSimMaxIterations);
+  EXPECT_EQ(r.iters(), 3);
+  EXPECT_EQ(r.stat.solsta, TVA_SOL_STA_UNKNOWN);
+  int32 nbas = 0;
+  for (int32 k : r.skc)
+    nbas += k == TVA_SK_BAS;
+  for (int32 k : r.skx)
+    nbas += k == TVA_SK_BAS;
+  EXPECT_EQ(nbas, lp.m);
+}
+
+TEST(SimplexRandom, ProgressCallbackSeesLinesAndStops) {
+  Sys s;
+  std::mt19937 rng(12);
+  Lp lp = random_lp(rng, 60, 90, 0.06);
+  SimplexSettings st;
+  for (auto& v : st.logfreq)
+    v = 2;
+  struct Seen {
+    std::vector<int32> events, iters;
+    int32 stopat = -1;
+  } seen;
+  auto cb = [](void* h, const SimplexProgress* p) -> int32 {
+    auto* sn = static_cast<Seen*>(h);
+    sn->events.push_back(p->event);
+    sn->iters.push_back(p->iter);
+    return sn->stopat >= 0 && p->event == 47 && p->iter >= sn->stopat;
+  };
+  Result r;
+  r.skc.assign(lp.m, 0), r.skx.assign(lp.n, 0), r.xc.assign(lp.m, 0), r.xx.assign(lp.n, 0);
+  SimplexSolution sol;
+  sol.skc = r.skc.data(), sol.skx = r.skx.data(), sol.xc = r.xc.data(), sol.xx = r.xx.data();
+  SimplexLp v = lp.view();
+  ASSERT_EQ(simplex_optimize(s.sys, st, &r.stat, v, &sol, cb, &seen), kSimOk);
+  ASSERT_GE(seen.events.size(), 4u);
+  EXPECT_EQ(seen.events.front(), 40);
+  EXPECT_EQ(seen.events[1], 44);
+  EXPECT_EQ(seen.events.back(), 41);
+  EXPECT_EQ(seen.events[seen.events.size() - 2], 49);
+  for (size_t k = 0; k < seen.events.size(); ++k) {
+    if (seen.events[k] == 47) {
+      EXPECT_EQ(seen.iters[k] % 2, 0);
+    }
+  }
+  seen = Seen{};
+  seen.stopat = 4;
+  SimplexStat st2;
+  EXPECT_EQ(simplex_optimize(s.sys, st, &st2, v, &sol, cb, &seen), kSimUserCallback);
+  EXPECT_EQ(st2.iter[kSimPrimal], 4);
+}
