@@ -65,6 +65,22 @@ bool simplex_computescalingcoldstart(sysenv* sys, const SimplexSettings& s, cons
     SysAllocator<double> al(sys);
     SysVector<double> rmax(m, 0.0, al), rmin(m, 0.0, al), cmax(n, 0.0, al), cmin(n, 0.0, al);
     auto cost = [&](int32 j) { return lp.c ? std::fabs(lp.c[j]) : 0.0; };
+    // Geometric passes first: each row and column is divided by the geometric mean of its
+    // largest and smallest entry, which shrinks the spread of the whole matrix; the passes
+    // below then bring the largest entries to 1.
+    for (int32 pass = 0; pass < 6; ++pass) {
+      scaled_extremes(lp, r, c, rmax.data(), rmin.data(), cmax.data(), cmin.data());
+      double spread = 0.0;
+      for (int32 i = 0; i < m; ++i)
+        if (rmax[i] > 0.0) {
+          spread = std::max(spread, rmax[i] / rmin[i]);
+          r[i] /= std::sqrt(rmax[i] * rmin[i]);
+        }
+      scaled_extremes(lp, r, c, rmax.data(), rmin.data(), cmax.data(), cmin.data());
+      for (int32 j = 0; j < n; ++j)
+        if (cmax[j] > 0.0) c[j] /= std::sqrt(cmax[j] * cmin[j]);
+      if (spread < 10.0) break;
+    }
     int32 passlimit = 3;
     for (int32 pass = 0; pass < passlimit; ++pass) {
       bool changed = false;
