@@ -238,3 +238,56 @@ TEST(SimplexRandom, ProgressCallbackSeesLinesAndStops) {
   EXPECT_EQ(simplex_optimize(s.sys, st, &st2, v, &sol, cb, &seen), kSimUserCallback);
   EXPECT_EQ(st2.iter[kSimPrimal], 4);
 }
+
+// Transportation problems: equality rows for supplies and demands that balance, so that every
+// basis is degenerate; one row is redundant, which the start basis must live with.
+TEST(SimplexRandom, DegenerateTransportationProblems) {
+  Sys s;
+  std::mt19937 rng(17);
+  for (int32 size : {6, 15, 30}) {
+    const int32 ns = size, nd = size + 3;
+    Lp lp(ns + nd);
+    std::vector<double> sup(ns), dem(nd, 0.0);
+    double total = 0.0;
+    for (auto& v : sup)
+      v = (double)(1 + rng() % 20), total += v;
+    // Demands share the same total: equal parts and the remainder on the last.
+    for (int32 k = 0; k < nd; ++k)
+      dem[k] = std::floor(total / nd);
+    dem[nd - 1] += total - std::floor(total / nd) * nd;
+    for (int32 i = 0; i < ns; ++i)
+      lp.row(i, sup[i], sup[i]);
+    for (int32 k = 0; k < nd; ++k)
+      lp.row(ns + k, dem[k], dem[k]);
+    for (int32 i = 0; i < ns; ++i)
+      for (int32 k = 0; k < nd; ++k)
+        lp.col((double)(rng() % 10), 0, kInf, {{i, 1.0}, {ns + k, 1.0}});
+    for (int32 rule : {0, 1, 2, 3, 4, 5}) {
+      SimplexSettings st = tight_settings();
+      st.primalselect = rule;
+      Result r = solve(s.sys, lp, st);
+      ASSERT_EQ(r.stat.solsta, TVA_SOL_STA_OPTIMAL) << "size " << size << " rule " << rule;
+      EXPECT_LT(kkt_violation(lp, r), 1e-8);
+      // Integral data keep the optimal vertex integral.
+      for (double v : r.xx)
+        EXPECT_NEAR(v, std::round(v), 1e-8);
+    }
+  }
+}
+
+// Larger random problems under the default settings.
+TEST(SimplexRandom, LargerProblems) {
+  Sys s;
+  std::mt19937 rng(4);
+  for (auto [m, n] : {std::pair{300, 500}, std::pair{500, 300}}) {
+    Lp lp = random_lp(rng, m, n, 6.0 / m);
+    SimplexSettings st = tight_settings();
+    Result r = solve(s.sys, lp, st);
+    ASSERT_EQ(r.stat.solsta, TVA_SOL_STA_OPTIMAL);
+    EXPECT_LT(kkt_violation(lp, r), 1e-8);
+    std::printf("[          ] %dx%d: %d iterations (%d degenerate, %d in phase one), %d refactors, "
+                "select %d/%d\n",
+                m, n, r.iters(), r.stat.degiter[kSimPrimal], r.stat.infiter[kSimPrimal],
+                r.stat.refactors[kSimPrimal], r.stat.selectmethod, r.stat.ifmethod);
+  }
+}
