@@ -153,6 +153,7 @@ int32 report(SimWork& W, int32 event) {
   pr.pobj = W.maximize ? -obj : obj;
   pr.pinf = W.suminf;
   pr.time = std::chrono::duration<double>(std::chrono::steady_clock::now() - W.t0).count();
+  pr.tottime = pr.time;
   return W.progress(W.handle, &pr);
 }
 

@@ -44,6 +44,7 @@ struct SimplexSettings {
   int32 dualselect = 0;
   int32 primalrestrict = 50;
   int32 dualrestrict = 50;
+  int32 crash = 0; // 1: triangular crash of a cold start
   int32 primalcrash = 90;
   int32 dualcrash = 90;
   int32 primalphaseone = 0;
@@ -81,6 +82,7 @@ struct SimplexStat {
   int32 ifmethod = 0;
   int32 initbasisrank = 0;
   int32 artificials = 0;
+  int32 crashed = 0;  // variables the crash made basic
   int32 rndstate = 1; // state of the generator below
 };
 
@@ -97,9 +99,18 @@ struct SimplexProgress {
   double pobj = 0.0;
   double pinf = 0.0;
   double dinf = 0.0;
-  double time = 0.0;
+  double dobj = 0.0;
+  double time = 0.0;    // seconds in this optimizer
+  double tottime = 0.0; // seconds since the simplex started
 };
 using SimplexProgressFunc = int32 (*)(void* handle, const SimplexProgress* info);
+
+// The heading of the iteration table, a progress line (primal: the POBJ column filled, DFEAS
+// and DOBJ blank; dual the other way) and the fixed text of an event (null for lines). The
+// answers are those of snprintf.
+int32 simplex_progressheader(char* buf, int32 size);
+int32 simplex_progressline(char* buf, int32 size, const SimplexProgress* p, bool primal);
+const char* simplex_eventtext(int32 event);
 
 // A linear problem in bound form: minimize (or maximize) c'xx + cfix subject to
 // blc <= A xx <= buc and blx <= xx <= bux; A by columns in aptr[numvar+1], asub, aval.

@@ -253,9 +253,20 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   if (W.weightrule < 3 || W.weightrule > 5) W.weightrule = 0;
   st->selectmethod = W.selmethod, st->ifmethod = W.ifmethod;
 
+  if (S.hotstart == 0 && S.crash) st->crashed = simplex_crash(W);
   int32 inserted = 0;
   int32 code = simplex_refactor(W, &inserted);
   if (code) return code;
+  // A start from keys that the factorization had to repair much is replaced by a crash.
+  if (S.hotstart != 0 && 2 * inserted > m) {
+    for (int32 k = 0; k < W.n; ++k)
+      if (W.pos[k] >= 0 && k >= m) simplex_setnonbasic(W, k, W.x[k]);
+    for (int32 i = 0; i < m; ++i)
+      W.head[i] = i, W.pos[i] = i, W.sk[i] = TVA_SK_BAS;
+    st->crashed = simplex_crash(W);
+    code = simplex_refactor(W, &inserted);
+    if (code) return code;
+  }
   int32 rank = 0;
   lu_rank(W.f, &rank);
   st->initbasisrank = rank - inserted;

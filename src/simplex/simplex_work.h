@@ -115,6 +115,9 @@ void simplex_computeduals(SimWork& W);
 void simplex_basicinfeas(SimWork& W, double* sum, int32* count);
 // Puts a nonbasic index on the bound nearest its value (or 0 when free) with its status key.
 void simplex_setnonbasic(SimWork& W, int32 k, double value);
+// Triangular crash from the current basis (logicals of open rows are replaced by variables);
+// returns the number of variables made basic.
+int32 simplex_crash(SimWork& W);
 // Builds the row-wise twin of the scaled matrix.
 void simplex_updateacolt(SimWork& W);
 

@@ -1,6 +1,7 @@
 // The settings record taken from a task's parameters, the primal pricing rule chosen from it
 // and the problem's shape, the scaling of the working form, and the simplex's one generator.
 #include <cmath>
+#include <string>
 
 #include "param_fixture.h"
 #include "simplex_test_lp.h"
@@ -190,4 +191,26 @@ TEST(SimplexScaling, NarrowRangedRowIsWidened) {
   ASSERT_EQ(res.stat.solsta, TVA_SOL_STA_OPTIMAL);
   EXPECT_NEAR(res.pobj, 500.0, 1e-6); // x2 = 500 meets row 0 at its lower end
   EXPECT_LT(kkt_violation(lp, res), 1e-9);
+}
+
+TEST(SimplexLog, TableHeadingAndLines) {
+  char buf[256];
+  simplex_progressheader(buf, sizeof buf);
+  EXPECT_STREQ(buf, "ITER      DEGITER(%)  PFEAS       DFEAS       POBJ                  DOBJ      "
+                    "            TIME      TOTTIME \n");
+  SimplexProgress p;
+  p.iter = 12, p.degpct = 25.0, p.pinf = 0.5, p.pobj = -3.25, p.time = 0.5, p.tottime = 1.25;
+  simplex_progressline(buf, sizeof buf, &p, true);
+  // Columns of 8, 10, 10, 10, 20, 20, 8, 8 characters, two spaces apart.
+  auto sp = [](int n) { return std::string(n, ' '); };
+  EXPECT_EQ(std::string(buf), "12" + sp(8) + "25.00" + sp(7) + "5.00e-01" + sp(4) + sp(12) +
+                                  "-3.2500000000e+00" + sp(5) + sp(22) + "0.50" + sp(6) + "1.25" +
+                                  sp(4) + "\n");
+  p.dinf = 2.0, p.dobj = 7.0;
+  simplex_progressline(buf, sizeof buf, &p, false);
+  EXPECT_EQ(std::string(buf), "12" + sp(8) + "25.00" + sp(7) + sp(12) + "2.00e+00" + sp(4) +
+                                  sp(22) + "7.0000000000e+00" + sp(6) + "0.50" + sp(6) + "1.25" +
+                                  sp(4) + "\n");
+  EXPECT_STREQ(simplex_eventtext(40), "Simplex optimizer started.\n");
+  EXPECT_EQ(simplex_eventtext(47), nullptr);
 }
