@@ -119,9 +119,11 @@ void clear_rejected(SimWork& W) {
   std::fill(W.rejected.begin(), W.rejected.end(), 0);
 }
 
+} // namespace
+
 // Restores the true bounds after perturbation and shifts; nonbasic variables return to their
 // bound and superbasic ones into their range. The caller recomputes the basic values.
-int32 remove_perturbation(SimWork& W) {
+int32 psimplex_removeperturbation(SimWork& W) {
   int32 reset = 0;
   for (int32 k = 0; k < W.n; ++k) {
     reset += W.lb[k] != W.tlb[k] || W.ub[k] != W.tub[k];
@@ -135,6 +137,8 @@ int32 remove_perturbation(SimWork& W) {
   W.perturbed = W.shifted = false;
   return reset;
 }
+
+namespace {
 
 double objective(const SimWork& W) {
   double s = 0.0;
@@ -269,7 +273,7 @@ int32 simplex_primaloptimizer(SimWork& W) {
     if (q < 0) {
       bool hadrejected = std::find(W.rejected.begin(), W.rejected.end(), 1) != W.rejected.end();
       if (W.perturbed || W.shifted) {
-        remove_perturbation(W);
+        psimplex_removeperturbation(W);
         needfactor = true;
         verified = false;
         continue;
@@ -303,7 +307,7 @@ int32 simplex_primaloptimizer(SimWork& W) {
           if (std::fabs(W.alpha[p]) > W.tolpiv) W.rowg[W.head[p]] = -dir * W.alpha[p];
         clear_work(W);
         if (W.perturbed || W.shifted) {
-          remove_perturbation(W);
+          psimplex_removeperturbation(W);
           needfactor = true;
           continue;
         }

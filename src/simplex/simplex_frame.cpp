@@ -277,9 +277,18 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   // Dual values of the true costs, from fresh factors unless the run ended with a proof.
   if (st->solsta != TVA_SOL_STA_PRIM_INFEAS_CER) {
     if (st->solsta != TVA_SOL_STA_OPTIMAL) {
+      if (st->solsta == TVA_SOL_STA_UNKNOWN) psimplex_removeperturbation(W);
       int32 c2 = simplex_refactor(W, &inserted);
       if (c2) return c2;
       if (st->solsta != TVA_SOL_STA_DUAL_INFEAS_CER) simplex_recomputexb(W);
+      // A run cut short by a limit keeps what it can claim: a primal feasible point.
+      double sum = 0.0;
+      int32 cnt = 0;
+      simplex_basicinfeas(W, &sum, &cnt);
+      if (st->solsta == TVA_SOL_STA_UNKNOWN && cnt == 0) {
+        st->prosta = TVA_PRO_STA_PRIM_FEAS;
+        st->solsta = TVA_SOL_STA_PRIM_FEAS;
+      }
     }
     duals_truecost(W);
   }

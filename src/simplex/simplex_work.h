@@ -123,6 +123,8 @@ void simplex_updateacolt(SimWork& W);
 
 // ---- the primal simplex (psimplex*.cpp) ----
 int32 simplex_primaloptimizer(SimWork& W);
+// Back to the true bounds after perturbation and bound shifts (basic values to recompute).
+int32 psimplex_removeperturbation(SimWork& W);
 // Pricing: the entering index or -1.
 int32 psimplex_select(SimWork& W);
 void psimplex_initweights(SimWork& W);

@@ -190,7 +190,21 @@ TEST(SimplexRandom, IterationLimit) {
   Result r = solve(s.sys, lp, st);
   EXPECT_EQ(r.code, kSimMaxIterations);
   EXPECT_EQ(r.iters(), 3);
+  // Three iterations from the slack basis leave phase one unfinished: nothing to claim, but
+  // the values are those of the basis on the true bounds.
   EXPECT_EQ(r.stat.solsta, TVA_SOL_STA_UNKNOWN);
+  auto ax = lp.times(r.xx);
+  for (int32 i = 0; i < lp.m; ++i) {
+    EXPECT_NEAR(ax[i], r.xc[i], 1e-9 * (1 + std::fabs(ax[i])));
+  }
+  for (int32 j = 0; j < lp.n; ++j) {
+    if (r.skx[j] == TVA_SK_LOW) {
+      EXPECT_EQ(r.xx[j], lp.blx[j]);
+    }
+    if (r.skx[j] == TVA_SK_UPR) {
+      EXPECT_EQ(r.xx[j], lp.bux[j]);
+    }
+  }
   int32 nbas = 0;
   for (int32 k : r.skc)
     nbas += k == TVA_SK_BAS;
@@ -314,4 +328,33 @@ TEST(SimplexRandom, CrashBasis) {
   EXPECT_GT(crashed, 0);
   std::printf("[          ] crash: %d variables crashed, iterations %lld with, %lld without\n",
               crashed, (long long)with, (long long)without);
+}
+
+// A limit met in phase two leaves a primal feasible point and says so.
+TEST(SimplexRandom, LimitInPhaseTwoKeepsFeasiblePoint) {
+  Sys s;
+  std::mt19937 rng(13);
+  int32 checked = 0;
+  for (int32 trial = 0; trial < 5; ++trial) {
+    Lp lp = random_lp(rng, 60, 90, 0.06);
+    SimplexSettings st = tight_settings();
+    Result full = solve(s.sys, lp, st);
+    ASSERT_EQ(full.stat.solsta, TVA_SOL_STA_OPTIMAL);
+    int32 ph1 = full.stat.infiter[kSimPrimal];
+    if (full.iters() - ph1 < 5) continue;
+    for (auto& v : st.maxiter)
+      v = full.iters() - 2;
+    Result r = solve(s.sys, lp, st);
+    EXPECT_EQ(r.code, kSimMaxIterations);
+    if (r.stat.solsta != TVA_SOL_STA_PRIM_FEAS) continue; // perturbation may have moved the path
+    EXPECT_EQ(r.stat.prosta, TVA_PRO_STA_PRIM_FEAS);
+    auto ax = lp.times(r.xx);
+    for (int32 i = 0; i < lp.m; ++i) {
+      EXPECT_GE(ax[i], lp.blc[i] - 1e-8 * (1 + std::fabs(lp.blc[i])));
+      EXPECT_LE(ax[i], lp.buc[i] + 1e-8 * (1 + std::fabs(lp.buc[i])));
+    }
+    EXPECT_GE(r.pobj, full.pobj - 1e-7 * (1 + std::fabs(full.pobj)));
+    checked++;
+  }
+  EXPECT_GT(checked, 0);
 }
