@@ -82,8 +82,9 @@ struct SimplexStat {
   int32 ifmethod = 0;
   int32 initbasisrank = 0;
   int32 artificials = 0;
-  int32 crashed = 0;  // variables the crash made basic
-  int32 rndstate = 1; // state of the generator below
+  int32 crashed = 0;     // variables the crash made basic
+  int32 cleanpasses = 0; // passes on the unscaled problem after a scaled optimum
+  int32 rndstate = 1;    // state of the generator below
 };
 
 // The one generator of the simplex: s -> (10278 s + 3) mod 32749, value s / 32749.

@@ -215,8 +215,25 @@ void extract(SimWork& W, const SimplexLp& lp, const double* rs, const double* cs
   }
 }
 
+// Whether an optimum of the scaled problem misses the tolerances once unscaled: a small reduced
+// cost of a column with a small scale factor can be a large one of the caller's problem.
+bool unscaled_violation(const SimWork& W, const double* rs, const double* cs) {
+  for (int32 k = 0; k < W.n; ++k) {
+    double f = k < W.m ? 1.0 / rs[k] : cs[k - W.m]; // unscaled value = f * scaled value
+    double v = W.x[k];
+    if (v < W.tlb[k] && (W.tlb[k] - v) * f > W.tolx) return true;
+    if (v > W.tub[k] && (v - W.tub[k]) * f > W.tolx) return true;
+    if (W.pos[k] >= 0) continue;
+    double d = W.d[k] / f;
+    if ((W.sk[k] == TVA_SK_LOW && d < -W.tols) || (W.sk[k] == TVA_SK_UPR && d > W.tols) ||
+        (W.sk[k] == TVA_SK_SUPBAS && std::fabs(d) > W.tols))
+      return true;
+  }
+  return false;
+}
+
 int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexLp& lp,
-          SimplexSolution* sol, SimplexProgressFunc progress, void* handle) {
+          SimplexSolution* sol, SimplexProgressFunc progress, void* handle, bool* needclean) {
   const int32 m = lp.numcon, nv = lp.numvar;
   SimWork W(sys);
   W.set = &S, W.stat = st, W.opt = kSimPrimal;
@@ -292,6 +309,8 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
     }
     duals_truecost(W);
   }
+  *needclean = st->solsta == TVA_SOL_STA_OPTIMAL && S.scaling != 1 &&
+               unscaled_violation(W, rs.data(), cs.data());
   extract(W, lp, rs.data(), cs.data(), st, sol);
   if (progress) {
     SimplexProgress pr;
@@ -312,7 +331,25 @@ int32 simplex_optimize(sysenv* sys, const SimplexSettings& settings, SimplexStat
   stat->solsta = TVA_SOL_STA_UNKNOWN;
   int32 code;
   try {
-    code = run(sys, settings, stat, lp, sol, progress, handle);
+    bool needclean = false;
+    code = run(sys, settings, stat, lp, sol, progress, handle, &needclean);
+    if (code == kSimOk && needclean) {
+      // Clean-up on the unscaled problem from the basis just found.
+      SysAllocator<int32> ai(sys);
+      SysAllocator<double> ad(sys);
+      SysVector<int32> skc(lp.numcon, 0, ai), skx(lp.numvar, 0, ai);
+      SysVector<double> xc(lp.numcon, 0.0, ad), xx(lp.numvar, 0.0, ad);
+      SimplexSolution s2 = *sol;
+      if (!s2.skc) s2.skc = skc.data();
+      if (!s2.skx) s2.skx = skx.data();
+      if (!s2.xc) s2.xc = xc.data();
+      if (!s2.xx) s2.xx = xx.data();
+      SimplexSettings clean = settings;
+      clean.scaling = 1, clean.hotstart = 1, clean.crash = 0;
+      stat->cleanpasses++;
+      code = run(sys, clean, stat, lp, &s2, progress, handle, &needclean);
+      sol->pobj = s2.pobj;
+    }
   } catch (const std::bad_alloc&) {
     code = kSimSpace;
   }
