@@ -358,3 +358,28 @@ TEST(SimplexRandom, LimitInPhaseTwoKeepsFeasiblePoint) {
   }
   EXPECT_GT(checked, 0);
 }
+
+// A time limit already passed ends the run at once with its code; a refactorization period
+// makes the factors fresh that often and leaves the optimum alone.
+TEST(SimplexRandom, TimeLimitAndRefactorPeriod) {
+  Sys s;
+  std::mt19937 rng(21);
+  Lp lp = random_lp(rng, 80, 120, 0.05);
+  SimplexSettings st = tight_settings();
+  for (auto& v : st.maxtime)
+    v = 1e-12;
+  Result r = solve(s.sys, lp, st);
+  EXPECT_EQ(r.code, kSimMaxTime);
+  EXPECT_LE(r.iters(), 1);
+  SimplexSettings plain = tight_settings(), often = tight_settings();
+  for (auto& v : often.refactorfreq)
+    v = 5;
+  Result a = solve(s.sys, lp, plain), b = solve(s.sys, lp, often);
+  ASSERT_EQ(a.stat.solsta, TVA_SOL_STA_OPTIMAL);
+  ASSERT_EQ(b.stat.solsta, TVA_SOL_STA_OPTIMAL);
+  // Bound flips change no column of the basis and do not count toward the period.
+  EXPECT_GE(b.stat.refactors[kSimPrimal], (b.iters() - b.stat.boundflips[kSimPrimal]) / 5);
+  EXPECT_LT(a.stat.refactors[kSimPrimal], b.stat.refactors[kSimPrimal]);
+  EXPECT_NEAR(a.pobj, b.pobj, 1e-7 * (1 + std::fabs(a.pobj)));
+  EXPECT_LT(kkt_violation(lp, b), 1e-8);
+}
