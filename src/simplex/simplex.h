@@ -8,6 +8,7 @@
 #pragma once
 
 #include "cpub/sysenv.h"
+#include "telva.h"
 
 struct TvaTask;
 
@@ -60,6 +61,9 @@ struct SimplexSettings {
   double lutolrel = 0.01;
   int32 deblev = 0;
 };
+
+// The response code of an internal answer code, for the driver.
+TVArescode simplex_rescode(int32 code);
 
 // Copies the task's parameters into a settings record, recoding the symbolic values.
 void simplex_settings_fromtask(const TvaTask* task, SimplexSettings* s);

@@ -219,3 +219,17 @@ TEST(SimplexLog, TableHeadingAndLines) {
   EXPECT_STREQ(simplex_eventtext(40), "Simplex optimizer started.\n");
   EXPECT_EQ(simplex_eventtext(47), nullptr);
 }
+
+TEST(SimplexCodes, ResponseCodesOfTheInternalAnswers) {
+  EXPECT_EQ(simplex_rescode(kSimOk), TVA_RES_OK);
+  EXPECT_EQ(simplex_rescode(kSimSpace), TVA_RES_ERR_SPACE);
+  EXPECT_EQ(simplex_rescode(kSimMaxIterations), TVA_RES_TRM_MAX_ITERATIONS);
+  EXPECT_EQ(simplex_rescode(kSimMaxTime), TVA_RES_TRM_MAX_TIME);
+  EXPECT_EQ(simplex_rescode(kSimUserCallback), TVA_RES_TRM_USER_CALLBACK);
+  EXPECT_EQ(simplex_rescode(kSimFactor), TVA_RES_ERR_FACTOR);
+  EXPECT_EQ(simplex_rescode(kSimInternal), TVA_RES_ERR_INTERNAL);
+  EXPECT_EQ(simplex_rescode(kSimBasisSingular), TVA_RES_ERR_BASIS_SINGULAR);
+  EXPECT_EQ(simplex_rescode(kSimMaxSetbacks), TVA_RES_TRM_MAX_NUM_SETBACKS);
+  EXPECT_EQ(simplex_rescode(2), TVA_RES_ERR_UNKNOWN);
+  EXPECT_EQ(simplex_rescode(37), TVA_RES_ERR_UNKNOWN);
+}
