@@ -147,6 +147,19 @@ double objective(const SimWork& W) {
   return s;
 }
 
+// A superbasic variable with a finite bound, and the direction to the nearer one; -1 if none.
+int32 superbasic_toclose(const SimWork& W, int32* dir) {
+  for (int32 k = 0; k < W.n; ++k) {
+    if (W.pos[k] >= 0 || W.sk[k] != TVA_SK_SUPBAS || W.rejected[k]) continue;
+    bool lo = !sim_isinf(W.lb[k]), up = !sim_isinf(W.ub[k]);
+    if (!lo && !up) continue;
+    bool down = lo && (!up || W.x[k] - W.lb[k] <= W.ub[k] - W.x[k]);
+    *dir = down ? -1 : 1;
+    return k;
+  }
+  return -1;
+}
+
 int32 report(SimWork& W, int32 event) {
   if (!W.progress) return 0;
   SimplexProgress pr;
@@ -270,6 +283,13 @@ int32 simplex_primaloptimizer(SimWork& W) {
       }
     }
     int32 q = psimplex_select(W);
+    int32 forcedir = 0;
+    if (q < 0 && W.phase == 2) {
+      // Superbasic variables left between their bounds with a reduced cost within the
+      // tolerance are moved to their nearest bound (or into the basis), so that the end is a
+      // vertex.
+      q = superbasic_toclose(W, &forcedir);
+    }
     if (q < 0) {
       bool hadrejected = std::find(W.rejected.begin(), W.rejected.end(), 1) != W.rejected.end();
       if (W.perturbed || W.shifted) {
@@ -294,7 +314,7 @@ int32 simplex_primaloptimizer(SimWork& W) {
       }
       break;
     }
-    const int32 dir = W.d[q] < 0.0 ? 1 : -1;
+    const int32 dir = forcedir ? forcedir : (W.d[q] < 0.0 ? 1 : -1);
     simwork_scattercol(W, q, W.colv.data());
     lu_ftran(W.f, W.colv.data(), W.alpha.data());
     Step s = psimplex_stepsize(W, q, dir);

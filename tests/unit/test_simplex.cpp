@@ -275,3 +275,35 @@ TEST(SimplexNoRows, CheapestBoundsAndRays) {
   EXPECT_EQ(r.xx[0], 0.0);
   EXPECT_LT(ray_slope(lp, r, 1e-12), 0.0);
 }
+
+// A hot start with superbasic values between the bounds, some with zero cost: the end is a
+// vertex, every superbasic variable with a finite bound is on a bound or basic.
+TEST(SimplexSmall, SuperbasicStartEndsAtAVertex) {
+  Sys s;
+  Lp lp(2);
+  lp.row(0, -kInf, 10), lp.row(1, 1, kInf);
+  lp.col(0, 0, 4, {{0, 1}, {1, 1}});
+  lp.col(0, -2, 3, {{0, 1}, {1, -1}});
+  lp.col(-1, 0, 5, {{0, 1}});
+  lp.col(0, -kInf, kInf, {{1, 1}});
+  Result start;
+  start.skc = {TVA_SK_BAS, TVA_SK_BAS};
+  start.skx = {TVA_SK_SUPBAS, TVA_SK_SUPBAS, TVA_SK_SUPBAS, TVA_SK_SUPBAS};
+  start.xc = {0, 0};
+  start.xx = {1.5, 0.5, 2.5, 0.0};
+  SimplexSettings st = tight_settings();
+  st.hotstart = 6;
+  Result r = solve(s.sys, lp, st, &start);
+  ASSERT_EQ(r.stat.solsta, TVA_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(r.pobj, -5.0, 1e-9);
+  EXPECT_LT(kkt_violation(lp, r), 1e-9);
+  for (int32 j = 0; j < 3; ++j) {
+    EXPECT_NE(r.skx[j], TVA_SK_SUPBAS) << "column " << j;
+    if (r.skx[j] == TVA_SK_LOW) {
+      EXPECT_EQ(r.xx[j], lp.blx[j]);
+    }
+    if (r.skx[j] == TVA_SK_UPR) {
+      EXPECT_EQ(r.xx[j], lp.bux[j]);
+    }
+  }
+}
