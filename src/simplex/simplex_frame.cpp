@@ -185,6 +185,13 @@ void start_basis(SimWork& W, const SimplexSettings& S, const SimplexSolution* so
     if (W.pos[i] < 0) W.head[nb] = i, W.pos[i] = nb++, W.sk[i] = TVA_SK_BAS;
 }
 
+// A Farkas certificate may carry rounding noise on a side whose bound is infinite, where
+// any nonzero part would spoil the bound sum: such parts are the noise and become 0.
+void clean_certificate(double lo, double up, double* sl, double* su, int32 k) {
+  if (sl && sim_isinf(lo)) sl[k] = 0.0;
+  if (su && sim_isinf(up)) su[k] = 0.0;
+}
+
 void extract(SimWork& W, const SimplexLp& lp, const double* rs, const double* cs, SimplexStat* st,
              SimplexSolution* sol) {
   const int32 m = W.m;
@@ -203,6 +210,7 @@ void extract(SimWork& W, const SimplexLp& lp, const double* rs, const double* cs
     // The dual of a row's logical is y_i itself (its column is -e_i, its cost 0).
     split(yi, farkas ? 1.0 : sgn, sol->slc ? &sol->slc[i] : nullptr,
           sol->suc ? &sol->suc[i] : nullptr);
+    if (farkas) clean_certificate(lp.blc[i], lp.buc[i], sol->slc, sol->suc, i);
   }
   for (int32 j = 0; j < W.nv; ++j) {
     int32 k = m + j;
@@ -212,6 +220,7 @@ void extract(SimWork& W, const SimplexLp& lp, const double* rs, const double* cs
     double dj = farkas ? -simwork_dotcol(W, k, W.y.data()) : W.d[k];
     split(dj / cs[j], farkas ? 1.0 : sgn, sol->slx ? &sol->slx[j] : nullptr,
           sol->sux ? &sol->sux[j] : nullptr);
+    if (farkas) clean_certificate(lp.blx[j], lp.bux[j], sol->slx, sol->sux, j);
   }
 }
 
