@@ -1670,8 +1670,9 @@ TVAAPI TVArescode TVA_solutionsummary(TVAtask_t task, TVAint32t whichstream);
 TVAAPI TVArescode TVA_onesolutionsummary(TVAtask_t task, TVAint32t whichstream,
                                          TVAint32t whichsol);
 TVAAPI TVArescode TVA_readsummary(TVAtask_t task, TVAint32t whichstream);
-/* A slice of the problem for reading by eye; the eight switches pick the sections:
-   constraints, variables, A, the objective's Q, the constraints' Q, cones, names, bar data. */
+/* A slice of the problem for reading by eye. The switches: c the objective, qo its Q, a the
+   matrix A, qc the constraints' Q, bc and bx the bounds of constraints and variables, vartype
+   the integer marks, cones the cones. */
 TVAAPI TVArescode TVA_printdata(TVAtask_t task, TVAint32t whichstream, TVAint32t firsti,
                                 TVAint32t lasti, TVAint32t firstj, TVAint32t lastj,
                                 TVAint32t firstk, TVAint32t lastk, TVAint32t c, TVAint32t qo,
@@ -1681,6 +1682,232 @@ TVAAPI TVArescode TVA_printdata(TVAtask_t task, TVAint32t whichstream, TVAint32t
 TVAAPI TVArescode TVA_startstat(TVAtask_t task);
 TVAAPI TVArescode TVA_appendstat(TVAtask_t task);
 TVAAPI TVArescode TVA_stopstat(TVAtask_t task);
+/* Names */
+TVAAPI TVArescode TVA_putconname(TVAtask_t task, TVAint32t i, const char* name);
+TVAAPI TVArescode TVA_putvarname(TVAtask_t task, TVAint32t j, const char* name);
+TVAAPI TVArescode TVA_putconename(TVAtask_t task, TVAint32t j, const char* name);
+TVAAPI TVArescode TVA_putbarvarname(TVAtask_t task, TVAint32t j, const char* name);
+TVAAPI TVArescode TVA_getconname(TVAtask_t task, TVAint32t i, TVAint32t maxlen, char* name);
+TVAAPI TVArescode TVA_getvarname(TVAtask_t task, TVAint32t j, TVAint32t maxlen, char* name);
+TVAAPI TVArescode TVA_getconename(TVAtask_t task, TVAint32t j, TVAint32t maxlen, char* name);
+TVAAPI TVArescode TVA_getbarvarname(TVAtask_t task, TVAint32t j, TVAint32t maxlen, char* name);
+TVAAPI TVArescode TVA_getconnamelen(TVAtask_t task, TVAint32t i, TVAint32t* len);
+TVAAPI TVArescode TVA_getvarnamelen(TVAtask_t task, TVAint32t j, TVAint32t* len);
+TVAAPI TVArescode TVA_getconenamelen(TVAtask_t task, TVAint32t j, TVAint32t* len);
+TVAAPI TVArescode TVA_getbarvarnamelen(TVAtask_t task, TVAint32t j, TVAint32t* len);
+TVAAPI TVArescode TVA_getconnameindex(TVAtask_t task, const char* name, TVAint32t* asgn,
+                                      TVAint32t* index);
+TVAAPI TVArescode TVA_getvarnameindex(TVAtask_t task, const char* name, TVAint32t* asgn,
+                                      TVAint32t* index);
+TVAAPI TVArescode TVA_getconenameindex(TVAtask_t task, const char* name, TVAint32t* asgn,
+                                       TVAint32t* index);
+TVAAPI TVArescode TVA_getbarvarnameindex(TVAtask_t task, const char* name, TVAint32t* asgn,
+                                         TVAint32t* index);
+TVAAPI TVArescode TVA_putobjname(TVAtask_t task, const char* name);
+TVAAPI TVArescode TVA_getobjname(TVAtask_t task, TVAint32t maxlen, char* name);
+TVAAPI TVArescode TVA_getobjnamelen(TVAtask_t task, TVAint32t* len);
+TVAAPI TVArescode TVA_puttaskname(TVAtask_t task, const char* taskname);
+TVAAPI TVArescode TVA_gettaskname(TVAtask_t task, TVAint32t maxlen, char* taskname);
+TVAAPI TVArescode TVA_gettasknamelen(TVAtask_t task, TVAint32t* len);
+TVAAPI TVArescode TVA_getmaxnamelen(TVAtask_t task, TVAint32t* maxlen);
+TVAAPI TVArescode TVA_analyzenames(TVAtask_t task, TVAint32t whichstream, TVAint32t nametype);
+
+/* Objective, integer marks, counts and capacities, nonlinear callbacks */
+TVAAPI TVArescode TVA_putcj(TVAtask_t task, TVAint32t j, double cj);
+TVAAPI TVArescode TVA_putclist(TVAtask_t task, TVAint32t num, const TVAint32t* subj,
+                               const double* val);
+TVAAPI TVArescode TVA_putcslice(TVAtask_t task, TVAint32t first, TVAint32t last,
+                                const double* slice);
+TVAAPI TVArescode TVA_getc(TVAtask_t task, double* c);
+TVAAPI TVArescode TVA_getcj(TVAtask_t task, TVAint32t j, double* cj);
+TVAAPI TVArescode TVA_getcslice(TVAtask_t task, TVAint32t first, TVAint32t last, double* c);
+TVAAPI TVArescode TVA_putcfix(TVAtask_t task, double cfix);
+TVAAPI TVArescode TVA_getcfix(TVAtask_t task, double* cfix);
+TVAAPI TVArescode TVA_getobjsense(TVAtask_t task, TVAint32t* sense);
+TVAAPI TVArescode TVA_putvartype(TVAtask_t task, TVAint32t j, TVAint32t vartype);
+TVAAPI TVArescode TVA_putvartypelist(TVAtask_t task, TVAint32t num, const TVAint32t* subj,
+                                     const TVAint32t* vartype);
+TVAAPI TVArescode TVA_getvartype(TVAtask_t task, TVAint32t j, TVAint32t* vartype);
+TVAAPI TVArescode TVA_getvartypelist(TVAtask_t task, TVAint32t num, const TVAint32t* subj,
+                                     TVAint32t* vartype);
+TVAAPI TVArescode TVA_getnumcon(TVAtask_t task, TVAint32t* numcon);
+TVAAPI TVArescode TVA_getnumvar(TVAtask_t task, TVAint32t* numvar);
+TVAAPI TVArescode TVA_getnumcone(TVAtask_t task, TVAint32t* numcone);
+TVAAPI TVArescode TVA_getnumbarvar(TVAtask_t task, TVAint32t* numbarvar);
+TVAAPI TVArescode TVA_getnumintvar(TVAtask_t task, TVAint32t* numintvar);
+TVAAPI TVArescode TVA_getnumsymmat(TVAtask_t task, TVAint64t* num);
+TVAAPI TVArescode TVA_getmaxnumcon(TVAtask_t task, TVAint32t* maxnumcon);
+TVAAPI TVArescode TVA_getmaxnumvar(TVAtask_t task, TVAint32t* maxnumvar);
+TVAAPI TVArescode TVA_getmaxnumcone(TVAtask_t task, TVAint32t* maxnumcone);
+TVAAPI TVArescode TVA_getmaxnumbarvar(TVAtask_t task, TVAint32t* maxnumbarvar);
+TVAAPI TVArescode TVA_getmaxnumanz64(TVAtask_t task, TVAint64t* maxnumanz);
+TVAAPI TVArescode TVA_getmaxnumanz(TVAtask_t task, TVAint32t* maxnumanz);
+TVAAPI TVArescode TVA_getmaxnumqnz64(TVAtask_t task, TVAint64t* maxnumqnz);
+TVAAPI TVArescode TVA_getmaxnumqnz(TVAtask_t task, TVAint32t* maxnumqnz);
+TVAAPI TVArescode TVA_putnlfunc(TVAtask_t task, void* nlhandle, void* nlgetsp, void* nlgetva);
+TVAAPI TVArescode TVA_getnlfunc(TVAtask_t task, void** nlhandle, void** nlgetsp, void** nlgetva);
+
+/* Bounds */
+TVAAPI TVArescode TVA_putconbound(TVAtask_t task, TVAint32t i, TVAint32t bkc, double blc,
+                                  double buc);
+TVAAPI TVArescode TVA_putvarbound(TVAtask_t task, TVAint32t j, TVAint32t bkx, double blx,
+                                  double bux);
+TVAAPI TVArescode TVA_putbound(TVAtask_t task, TVAint32t accmode, TVAint32t i, TVAint32t bk,
+                               double bl, double bu);
+TVAAPI TVArescode TVA_putconboundlist(TVAtask_t task, TVAint32t num, const TVAint32t* sub,
+                                      const TVAint32t* bkc, const double* blc, const double* buc);
+TVAAPI TVArescode TVA_putvarboundlist(TVAtask_t task, TVAint32t num, const TVAint32t* sub,
+                                      const TVAint32t* bkx, const double* blx, const double* bux);
+TVAAPI TVArescode TVA_putboundlist(TVAtask_t task, TVAint32t accmode, TVAint32t num,
+                                   const TVAint32t* sub, const TVAint32t* bk, const double* bl,
+                                   const double* bu);
+TVAAPI TVArescode TVA_putconboundslice(TVAtask_t task, TVAint32t first, TVAint32t last,
+                                       const TVAint32t* bkc, const double* blc, const double* buc);
+TVAAPI TVArescode TVA_putvarboundslice(TVAtask_t task, TVAint32t first, TVAint32t last,
+                                       const TVAint32t* bkx, const double* blx, const double* bux);
+TVAAPI TVArescode TVA_putboundslice(TVAtask_t task, TVAint32t accmode, TVAint32t first,
+                                    TVAint32t last, const TVAint32t* bk, const double* bl,
+                                    const double* bu);
+TVAAPI TVArescode TVA_getvarbound(TVAtask_t task, TVAint32t j, TVAint32t* bkx, double* blx,
+                                  double* bux);
+TVAAPI TVArescode TVA_getbound(TVAtask_t task, TVAint32t accmode, TVAint32t i, TVAint32t* bk,
+                               double* bl, double* bu);
+TVAAPI TVArescode TVA_getconboundslice(TVAtask_t task, TVAint32t first, TVAint32t last,
+                                       TVAint32t* bkc, double* blc, double* buc);
+TVAAPI TVArescode TVA_getvarboundslice(TVAtask_t task, TVAint32t first, TVAint32t last,
+                                       TVAint32t* bkx, double* blx, double* bux);
+TVAAPI TVArescode TVA_getboundslice(TVAtask_t task, TVAint32t accmode, TVAint32t first,
+                                    TVAint32t last, TVAint32t* bk, double* bl, double* bu);
+TVAAPI TVArescode TVA_chgconbound(TVAtask_t task, TVAint32t i, TVAint32t lower, TVAint32t finite,
+                                  double value);
+TVAAPI TVArescode TVA_chgvarbound(TVAtask_t task, TVAint32t j, TVAint32t lower, TVAint32t finite,
+                                  double value);
+TVAAPI TVArescode TVA_chgbound(TVAtask_t task, TVAint32t accmode, TVAint32t i, TVAint32t lower,
+                               TVAint32t finite, double value);
+
+/* The matrix A */
+TVAAPI TVArescode TVA_putaijlist(TVAtask_t task, TVAint32t num, const TVAint32t* subi,
+                                 const TVAint32t* subj, const double* valij);
+TVAAPI TVArescode TVA_putaijlist64(TVAtask_t task, TVAint64t num, const TVAint32t* subi,
+                                   const TVAint32t* subj, const double* valij);
+TVAAPI TVArescode TVA_putacol(TVAtask_t task, TVAint32t j, TVAint32t nzj, const TVAint32t* subj,
+                              const double* valj);
+TVAAPI TVArescode TVA_putarow(TVAtask_t task, TVAint32t i, TVAint32t nzi, const TVAint32t* subi,
+                              const double* vali);
+TVAAPI TVArescode TVA_putacolslice(TVAtask_t task, TVAint32t first, TVAint32t last,
+                                   const TVAint32t* ptrb, const TVAint32t* ptre,
+                                   const TVAint32t* asub, const double* aval);
+TVAAPI TVArescode TVA_putarowslice(TVAtask_t task, TVAint32t first, TVAint32t last,
+                                   const TVAint32t* ptrb, const TVAint32t* ptre,
+                                   const TVAint32t* asub, const double* aval);
+TVAAPI TVArescode TVA_putacolslice64(TVAtask_t task, TVAint32t first, TVAint32t last,
+                                     const TVAint64t* ptrb, const TVAint64t* ptre,
+                                     const TVAint32t* asub, const double* aval);
+TVAAPI TVArescode TVA_putarowslice64(TVAtask_t task, TVAint32t first, TVAint32t last,
+                                     const TVAint64t* ptrb, const TVAint64t* ptre,
+                                     const TVAint32t* asub, const double* aval);
+TVAAPI TVArescode TVA_putacollist(TVAtask_t task, TVAint32t num, const TVAint32t* sub,
+                                  const TVAint32t* ptrb, const TVAint32t* ptre,
+                                  const TVAint32t* asub, const double* aval);
+TVAAPI TVArescode TVA_putarowlist(TVAtask_t task, TVAint32t num, const TVAint32t* sub,
+                                  const TVAint32t* ptrb, const TVAint32t* ptre,
+                                  const TVAint32t* asub, const double* aval);
+TVAAPI TVArescode TVA_putacollist64(TVAtask_t task, TVAint32t num, const TVAint32t* sub,
+                                    const TVAint64t* ptrb, const TVAint64t* ptre,
+                                    const TVAint32t* asub, const double* aval);
+TVAAPI TVArescode TVA_putarowlist64(TVAtask_t task, TVAint32t num, const TVAint32t* sub,
+                                    const TVAint64t* ptrb, const TVAint64t* ptre,
+                                    const TVAint32t* asub, const double* aval);
+TVAAPI TVArescode TVA_getacolnumnz(TVAtask_t task, TVAint32t j, TVAint32t* nzj);
+TVAAPI TVArescode TVA_getarownumnz(TVAtask_t task, TVAint32t i, TVAint32t* nzi);
+TVAAPI TVArescode TVA_getarow(TVAtask_t task, TVAint32t i, TVAint32t* nzi, TVAint32t* subi,
+                              double* vali);
+TVAAPI TVArescode TVA_getaij(TVAtask_t task, TVAint32t i, TVAint32t j, double* aij);
+TVAAPI TVArescode TVA_getnumanz64(TVAtask_t task, TVAint64t* numanz);
+TVAAPI TVArescode TVA_getnumanz(TVAtask_t task, TVAint32t* numanz);
+TVAAPI TVArescode TVA_getaslicenumnz64(TVAtask_t task, TVAint32t accmode, TVAint32t first,
+                                       TVAint32t last, TVAint64t* numnz);
+TVAAPI TVArescode TVA_getaslicenumnz(TVAtask_t task, TVAint32t accmode, TVAint32t first,
+                                     TVAint32t last, TVAint32t* numnz);
+TVAAPI TVArescode TVA_getaslice(TVAtask_t task, TVAint32t accmode, TVAint32t first, TVAint32t last,
+                                TVAint32t maxnumnz, TVAint32t* surp, TVAint32t* ptrb,
+                                TVAint32t* ptre, TVAint32t* sub, double* val);
+TVAAPI TVArescode TVA_getaslice64(TVAtask_t task, TVAint32t accmode, TVAint32t first,
+                                  TVAint32t last, TVAint64t maxnumnz, TVAint64t* surp,
+                                  TVAint64t* ptrb, TVAint64t* ptre, TVAint32t* sub, double* val);
+TVAAPI TVArescode TVA_getapiecenumnz(TVAtask_t task, TVAint32t firsti, TVAint32t lasti,
+                                     TVAint32t firstj, TVAint32t lastj, TVAint32t* numnz);
+TVAAPI TVArescode TVA_getarowslicetrip(TVAtask_t task, TVAint32t first, TVAint32t last,
+                                       TVAint32t maxnumnz, TVAint32t* surp, TVAint32t* subi,
+                                       TVAint32t* subj, double* val);
+TVAAPI TVArescode TVA_getacolslicetrip(TVAtask_t task, TVAint32t first, TVAint32t last,
+                                       TVAint32t maxnumnz, TVAint32t* surp, TVAint32t* subi,
+                                       TVAint32t* subj, double* val);
+
+/* Quadratic terms, cones and semidefinite data */
+TVAAPI TVArescode TVA_getqobj(TVAtask_t task, TVAint32t maxnumqonz, TVAint32t* qosurp,
+                              TVAint32t* numqonz, TVAint32t* qosubi, TVAint32t* qosubj,
+                              double* qoval);
+TVAAPI TVArescode TVA_getqobj64(TVAtask_t task, TVAint64t maxnumqonz, TVAint64t* qosurp,
+                                TVAint64t* numqonz, TVAint32t* qosubi, TVAint32t* qosubj,
+                                double* qoval);
+TVAAPI TVArescode TVA_getqconk(TVAtask_t task, TVAint32t k, TVAint32t maxnumqcnz, TVAint32t* qcsurp,
+                               TVAint32t* numqcnz, TVAint32t* qcsubi, TVAint32t* qcsubj,
+                               double* qcval);
+TVAAPI TVArescode TVA_getqconk64(TVAtask_t task, TVAint32t k, TVAint64t maxnumqcnz,
+                                 TVAint64t* qcsurp, TVAint64t* numqcnz, TVAint32t* qcsubi,
+                                 TVAint32t* qcsubj, double* qcval);
+TVAAPI TVArescode TVA_getnumqobjnz64(TVAtask_t task, TVAint64t* numqonz);
+TVAAPI TVArescode TVA_getnumqobjnz(TVAtask_t task, TVAint32t* numqonz);
+TVAAPI TVArescode TVA_getnumqconknz64(TVAtask_t task, TVAint32t k, TVAint64t* numqcnz);
+TVAAPI TVArescode TVA_getnumqconknz(TVAtask_t task, TVAint32t k, TVAint32t* numqcnz);
+TVAAPI TVArescode TVA_getcone(TVAtask_t task, TVAint32t k, TVAint32t* ct, double* conepar,
+                              TVAint32t* nummem, TVAint32t* submem);
+TVAAPI TVArescode TVA_getconeinfo(TVAtask_t task, TVAint32t k, TVAint32t* ct, double* conepar,
+                                  TVAint32t* nummem);
+TVAAPI TVArescode TVA_getnumconemem(TVAtask_t task, TVAint32t k, TVAint32t* nummem);
+TVAAPI TVArescode TVA_getdimbarvarj(TVAtask_t task, TVAint32t j, TVAint32t* dimbarvarj);
+TVAAPI TVArescode TVA_getsymmatinfo(TVAtask_t task, TVAint64t idx, TVAint32t* dim, TVAint64t* nz,
+                                    TVAint32t* type);
+TVAAPI TVArescode TVA_getsparsesymmat(TVAtask_t task, TVAint64t idx, TVAint64t maxlen,
+                                      TVAint32t* subi, TVAint32t* subj, double* valij);
+TVAAPI TVArescode TVA_getnumbarcnz(TVAtask_t task, TVAint64t* nz);
+TVAAPI TVArescode TVA_getnumbaranz(TVAtask_t task, TVAint64t* nz);
+TVAAPI TVArescode TVA_getnumbarcblocktriplets(TVAtask_t task, TVAint64t* num);
+TVAAPI TVArescode TVA_getnumbarablocktriplets(TVAtask_t task, TVAint64t* num);
+TVAAPI TVArescode TVA_getbarcblocktriplet(TVAtask_t task, TVAint64t maxnum, TVAint64t* num,
+                                          TVAint32t* subj, TVAint32t* subk, TVAint32t* subl,
+                                          double* valjkl);
+TVAAPI TVArescode TVA_getbarablocktriplet(TVAtask_t task, TVAint64t maxnum, TVAint64t* num,
+                                          TVAint32t* subi, TVAint32t* subj, TVAint32t* subk,
+                                          TVAint32t* subl, double* valijkl);
+TVAAPI TVArescode TVA_getbarcsparsity(TVAtask_t task, TVAint64t maxnumnz, TVAint64t* numnz,
+                                      TVAint64t* idxj);
+TVAAPI TVArescode TVA_getbarasparsity(TVAtask_t task, TVAint64t maxnumnz, TVAint64t* numnz,
+                                      TVAint64t* idxij);
+TVAAPI TVArescode TVA_getbarcidxinfo(TVAtask_t task, TVAint64t idx, TVAint64t* num);
+TVAAPI TVArescode TVA_getbaraidxinfo(TVAtask_t task, TVAint64t idx, TVAint64t* num);
+TVAAPI TVArescode TVA_getbarcidxj(TVAtask_t task, TVAint64t idx, TVAint32t* j);
+TVAAPI TVArescode TVA_getbaraidxij(TVAtask_t task, TVAint64t idx, TVAint32t* i, TVAint32t* j);
+TVAAPI TVArescode TVA_getbarcidx(TVAtask_t task, TVAint64t idx, TVAint64t maxnum, TVAint32t* j,
+                                 TVAint64t* num, TVAint64t* sub, double* weights);
+TVAAPI TVArescode TVA_getbaraidx(TVAtask_t task, TVAint64t idx, TVAint64t maxnum, TVAint32t* i,
+                                 TVAint32t* j, TVAint64t* num, TVAint64t* sub, double* weights);
+
+/* A whole problem in one call */
+TVAAPI TVArescode TVA_inputdata(TVAtask_t task, TVAint32t maxnumcon, TVAint32t maxnumvar,
+                                TVAint32t numcon, TVAint32t numvar, const double* c, double cfix,
+                                const TVAint32t* aptrb, const TVAint32t* aptre,
+                                const TVAint32t* asub, const double* aval, const TVAint32t* bkc,
+                                const double* blc, const double* buc, const TVAint32t* bkx,
+                                const double* blx, const double* bux);
+TVAAPI TVArescode TVA_inputdata64(TVAtask_t task, TVAint32t maxnumcon, TVAint32t maxnumvar,
+                                  TVAint32t numcon, TVAint32t numvar, const double* c, double cfix,
+                                  const TVAint64t* aptrb, const TVAint64t* aptre,
+                                  const TVAint32t* asub, const double* aval, const TVAint32t* bkc,
+                                  const double* blc, const double* buc, const TVAint32t* bkx,
+                                  const double* blx, const double* bux);
+
 /* ---- Solutions ------------------------------------------------------------- */
 
 TVAAPI TVArescode TVA_solutiondef(TVAtask_t task, TVAint32t whichsol, TVAint32t* isdef);

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "cpub/sysenv.h"
+#include "misc/hashtabl.h"
 #include "misc/hyposm.h"
 #include "misc/sossm.h"
 #include "misc/sprmat.h"
@@ -74,15 +75,40 @@ struct ProblemStore {
   char* name_arena = nullptr;
   int64 name_arena_size = 0;
   int64 name_surplus = 0;
+  // Per class, a map from name to item, made on demand by the first lookup; while it stands,
+  // names of the class are unique.
+  hashtabl name_map[kNumNameClasses];
+  bool name_map_made[kNumNameClasses] = {false, false, false, false};
+
+  int64 change_count = 0; // raised by store_changed
 
   int32 a_change_count = 0;
 
   sossm symmats; // the matrices of TVA_appendsparsesymmat
 };
 
+// What a put changed, for the one place that tells the rest of the task (the solutions) that
+// the problem is no longer the one they were computed for.
+enum StoreChange : int32 {
+  kChangeObjective,
+  kChangeSense,
+  kChangeConBounds,
+  kChangeVarBounds,
+  kChangeA,
+  kChangeQ,
+  kChangeCones,
+  kChangeBar,
+  kChangeVarTypes,
+  kChangeNames,
+  kChangeStructure,
+};
+void store_changed(TvaTask* task, StoreChange what);
+
 // Lifecycle: set up an empty store; free everything (the task's counts become 0).
 void store_init(TvaTask* task);
 void store_clear(TvaTask* task);
+// Copies everything src's store holds into dst, whose store is empty (a clone).
+TVArescode store_copy(TvaTask* dst, TvaTask* src);
 
 // Capacities. A request below the current count is refused; equal to the capacity does nothing.
 TVArescode store_putmaxnumcon(TvaTask* task, int32 maxnumcon);
@@ -170,9 +196,25 @@ TVArescode store_putbarblocktriplet(TvaTask* task, bool isbara, int64 num, const
                                     const int32* subj, const int32* subk, const int32* subl,
                                     const double* val);
 
-// Names: a null or empty name clears it. The result of store_getname is never null.
+// Names: a null or empty name clears it. The result of store_getname is never null. While the
+// class's map stands, a name held by another item is refused with TVA_RES_ERR_DUP_NAME.
 TVArescode store_putname(TvaTask* task, int32 cls, int32 i, const char* name);
 const char* store_getname(const TvaTask* task, int32 cls, int32 i);
+int32 store_name_count(const TvaTask* task, int32 cls);
+TVArescode store_putobjname(TvaTask* task, const char* name);
+const char* store_getobjname(const TvaTask* task);
+// Item of a name, or -1; makes the class's map when it doesn't stand (which fails on duplicate
+// names with the class's duplicate code).
+TVArescode store_findname(TvaTask* task, int32 cls, const char* name, int32* item);
+// Drops the class's map (after items were renumbered); the next lookup makes it anew.
+void store_dropnamemap(TvaTask* task, int32 cls);
+// The name the file writers show: the item's own, or one generated from the class's prefix
+// ("C", "X", "K", "BARX") and the index plus 1; the objective's is "OBJ" when unset. buf holds
+// at least 16 bytes; the result points to the stored name or to buf.
+const char* store_name_or_generated(const TvaTask* task, int32 cls, int32 i, char* buf);
+const char* store_objname_or_generated(const TvaTask* task);
+// The duplicate check of the file writers: a warning for the first class with duplicates.
+TVArescode store_warn_duplicate_names(TvaTask* task);
 
 // Problem kind.
 bool store_has_qobj(const TvaTask* task);

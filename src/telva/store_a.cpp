@@ -85,8 +85,9 @@ TVArescode store_putavecs(TvaTask* task, bool bycol, int32 num, const int32* sub
   const int32 vlen = bycol ? task->numcon : task->numvar;
   if (num < 0) return check_count(task, num, "num");
   if (!sub) {
-    if (first < 0) return TVA_REP(task, ERR_FIRST, first);
-    if (int64(first) + num > count) return TVA_REP(task, ERR_LAST, first + num);
+    TVArescode r = check_slice(
+        task, first, static_cast<int32>(std::min<int64>(int64(first) + num, 0x7fffffff)), count);
+    if (r != TVA_RES_OK) return r;
   }
   if (num <= 0) return TVA_RES_OK;
   int32* mark = sysarr_alloc<int32>(task->sys, std::max(vlen, 1));

@@ -1,4 +1,6 @@
 // Bounds, the linear objective and its constant, the objective sense and the integer marks.
+#include <algorithm>
+
 #include "telva/store_internal.h"
 
 namespace telva {
@@ -12,8 +14,10 @@ bool has_upper(int32 bk) {
   return bk == TVA_BK_UP || bk == TVA_BK_FX || bk == TVA_BK_RA;
 }
 
+} // namespace
+
 // The checks of one bound in the order the put family gives them; warnings on the way.
-TVArescode check_bound(TvaTask* task, bool con, int32 i, int32 bk, double bl, double bu) {
+TVArescode store_check_bound(TvaTask* task, bool con, int32 i, int32 bk, double bl, double bu) {
   if (bk < 0 || bk > TVA_BK_RA)
     return con ? TVA_REP(task, ERR_INV_BKC, bk, "bkc") : TVA_REP(task, ERR_INV_BKX, bk, "bkx");
   if (has_lower(bk) && std::isnan(bl)) return TVA_REP(task, ERR_LOWER_BOUND_IS_A_NAN);
@@ -66,8 +70,6 @@ void store_bound_and_demote(TvaTask* task, bool con, int32 i, int32 bk, double b
   sol_on_bound(task, con, i, ok, ol, ou, nk, nl, nu);
 }
 
-} // namespace
-
 TVArescode store_putboundlist(TvaTask* task, int32 accmode, int32 num, const int32* sub,
                               int32 first, const int32* bk, const double* bl, const double* bu) {
   if (accmode != TVA_ACC_VAR && accmode != TVA_ACC_CON)
@@ -76,13 +78,14 @@ TVArescode store_putboundlist(TvaTask* task, int32 accmode, int32 num, const int
   int32 count = con ? task->numcon : task->numvar;
   if (num < 0) return check_count(task, num, "num");
   if (!sub) {
-    if (first < 0) return TVA_REP(task, ERR_FIRST, first);
-    if (int64(first) + num > count) return TVA_REP(task, ERR_LAST, first + num);
+    TVArescode r = check_slice(
+        task, first, static_cast<int32>(std::min<int64>(int64(first) + num, 0x7fffffff)), count);
+    if (r != TVA_RES_OK) return r;
   }
   for (int32 t = 0; t < num; ++t) {
     int32 i = sub ? sub[t] : first + t;
     TVArescode r = sub ? check_index_arr(task, i, t, count, "sub") : TVA_RES_OK;
-    if (r == TVA_RES_OK) r = check_bound(task, con, i, bk[t], bl[t], bu[t]);
+    if (r == TVA_RES_OK) r = store_check_bound(task, con, i, bk[t], bl[t], bu[t]);
     if (r != TVA_RES_OK) return r;
   }
   for (int32 t = 0; t < num; ++t)
@@ -95,7 +98,7 @@ TVArescode store_putbound(TvaTask* task, int32 accmode, int32 i, int32 bk, doubl
     return TVA_REP(task, ERR_INVALID_ACCMODE, accmode);
   bool con = accmode == TVA_ACC_CON;
   TVArescode r = check_index(task, i, con ? task->numcon : task->numvar, "i");
-  if (r == TVA_RES_OK) r = check_bound(task, con, i, bk, bl, bu);
+  if (r == TVA_RES_OK) r = store_check_bound(task, con, i, bk, bl, bu);
   if (r == TVA_RES_OK) store_bound_and_demote(task, con, i, bk, bl, bu);
   return r;
 }
@@ -109,9 +112,7 @@ void store_getbound(const TvaTask* task, int32 accmode, int32 i, int32* bk, doub
   if (bu) *bu = (con ? s.buc : s.bux)[i];
 }
 
-namespace {
-
-TVArescode check_c(TvaTask* task, int32 j, double cj) {
+TVArescode store_check_c(TvaTask* task, int32 j, double cj) {
   const char* name = store_getname(task, kNameVar, j);
   if (std::isnan(cj)) return TVA_REP(task, ERR_NAN_IN_C, name, j);
   if (std::fabs(cj) > task->dparam[TVA_DPAR_DATA_TOL_C_HUGE])
@@ -121,19 +122,19 @@ TVArescode check_c(TvaTask* task, int32 j, double cj) {
   return TVA_RES_OK;
 }
 
-} // namespace
-
 TVArescode store_putclist(TvaTask* task, int32 num, const int32* sub, int32 first,
                           const double* val) {
   if (num < 0) return check_count(task, num, "num");
   if (!sub) {
-    if (first < 0) return TVA_REP(task, ERR_FIRST, first);
-    if (int64(first) + num > task->numvar) return TVA_REP(task, ERR_LAST, first + num);
+    TVArescode r = check_slice(task, first,
+                               static_cast<int32>(std::min<int64>(int64(first) + num, 0x7fffffff)),
+                               task->numvar);
+    if (r != TVA_RES_OK) return r;
   }
   for (int32 t = 0; t < num; ++t) {
     int32 j = sub ? sub[t] : first + t;
     TVArescode r = sub ? check_index_arr(task, j, t, task->numvar, "subj") : TVA_RES_OK;
-    if (r == TVA_RES_OK) r = check_c(task, j, val[t]);
+    if (r == TVA_RES_OK) r = store_check_c(task, j, val[t]);
     if (r != TVA_RES_OK) return r;
   }
   for (int32 t = 0; t < num; ++t)
@@ -144,7 +145,7 @@ TVArescode store_putclist(TvaTask* task, int32 num, const int32* sub, int32 firs
 
 TVArescode store_putcj(TvaTask* task, int32 j, double cj) {
   TVArescode r = check_index(task, j, task->numvar, "j");
-  if (r == TVA_RES_OK) r = check_c(task, j, cj);
+  if (r == TVA_RES_OK) r = store_check_c(task, j, cj);
   if (r == TVA_RES_OK) {
     task->store.c[j] = cj;
     sol_on_change(task, SolChange::Objective);

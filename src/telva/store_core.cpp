@@ -51,6 +51,22 @@ TVArescode check_index(TvaTask* task, int64 i, int64 count, const char* arg) {
   return TVA_RES_OK;
 }
 
+TVArescode check_slice(TvaTask* task, int32 first, int32 last, int32 count) {
+  if (first < 0) return TVA_REP(task, ERR_FIRST, first);
+  if (last > count) return TVA_REP(task, ERR_LAST, last);
+  return TVA_RES_OK;
+}
+
+TVArescode check_index_list(TvaTask* task, int64 num, const int32* sub, int32 count,
+                            const char* arg) {
+  if (num > 0 && !sub) return TVA_REP(task, ERR_NULL_POINTER, arg);
+  for (int64 t = 0; t < num; ++t) {
+    TVArescode r = check_index_arr(task, sub[t], static_cast<int32>(t), count, arg);
+    if (r != TVA_RES_OK) return r;
+  }
+  return TVA_RES_OK;
+}
+
 TVArescode check_index_arr(TvaTask* task, int32 v, int32 pos, int32 count, const char* arg) {
   if (v < 0) return TVA_REP(task, ERR_INDEX_ARR_IS_TOO_SMALL, v, arg, pos, int32(0));
   if (v >= count) return TVA_REP(task, ERR_INDEX_ARR_IS_TOO_LARGE, v, arg, pos, count);
@@ -96,6 +112,8 @@ void store_clear(TvaTask* task) {
   for (auto& off : s.name_offset)
     sysarr_free(sys, &off);
   sysarr_free(sys, &s.name_arena);
+  for (int32 cls = 0; cls < kNumNameClasses; ++cls)
+    store_dropnamemap(task, cls);
   sossm_delete(&s.symmats);
   s = ProblemStore{};
   sossm_create(sys, &s.symmats);

@@ -1,22 +1,14 @@
 // Exported functions of the problem store: handle check, then the store's own operation.
 // Memory failures inside standard containers surface as std::bad_alloc and are turned into
 // TVA_RES_ERR_SPACE here, so that no exception crosses the C boundary.
-#include <new>
-
-#include "telva/store_internal.h"
+#include "telva/putget.h"
 
 using namespace telva;
 
 namespace {
 
 template <class F> TVArescode guarded(TvaTask* task, F&& f) {
-  TVArescode r = task_check(task);
-  if (r != TVA_RES_OK) return r;
-  try {
-    return f();
-  } catch (const std::bad_alloc&) {
-    return TVA_REP(task, ERR_SPACE);
-  }
+  return putget_call(task, f);
 }
 
 } // namespace
@@ -43,29 +35,33 @@ TVAAPI TVArescode TVA_putmaxnumqnz(TVAtask_t task, TVAint64t maxnumqnz) {
 }
 
 TVAAPI TVArescode TVA_appendcons(TVAtask_t task, TVAint32t num) {
-  return guarded(task, [&] { return store_appendcons(task, num); });
+  return putget_put(task, kChangeStructure, [&] { return store_appendcons(task, num); });
 }
 TVAAPI TVArescode TVA_appendvars(TVAtask_t task, TVAint32t num) {
-  return guarded(task, [&] { return store_appendvars(task, num); });
+  return putget_put(task, kChangeStructure, [&] { return store_appendvars(task, num); });
 }
 TVAAPI TVArescode TVA_appendbarvars(TVAtask_t task, TVAint32t num, const TVAint32t* dim) {
-  return guarded(task, [&] { return store_appendbarvars(task, num, dim); });
+  return putget_put(task, kChangeStructure, [&] { return store_appendbarvars(task, num, dim); });
 }
 TVAAPI TVArescode TVA_appendcone(TVAtask_t task, TVAint32t ct, double conepar, TVAint32t nummem,
                                  const TVAint32t* submem) {
-  return guarded(task, [&] { return store_appendcone(task, ct, conepar, nummem, submem); });
+  return putget_put(task, kChangeCones,
+                    [&] { return store_appendcone(task, ct, conepar, nummem, submem); });
 }
 TVAAPI TVArescode TVA_appendconeseq(TVAtask_t task, TVAint32t ct, double conepar, TVAint32t nummem,
                                     TVAint32t j) {
-  return guarded(task, [&] { return store_appendconeseq(task, ct, conepar, nummem, j); });
+  return putget_put(task, kChangeCones,
+                    [&] { return store_appendconeseq(task, ct, conepar, nummem, j); });
 }
 TVAAPI TVArescode TVA_appendconesseq(TVAtask_t task, TVAint32t num, const TVAint32t* ct,
                                      const double* conepar, const TVAint32t* nummem, TVAint32t j) {
-  return guarded(task, [&] { return store_appendconesseq(task, num, ct, conepar, nummem, j); });
+  return putget_put(task, kChangeCones,
+                    [&] { return store_appendconesseq(task, num, ct, conepar, nummem, j); });
 }
 TVAAPI TVArescode TVA_putcone(TVAtask_t task, TVAint32t k, TVAint32t ct, double conepar,
                               TVAint32t nummem, const TVAint32t* submem) {
-  return guarded(task, [&] { return store_putcone(task, k, ct, conepar, nummem, submem); });
+  return putget_put(task, kChangeCones,
+                    [&] { return store_putcone(task, k, ct, conepar, nummem, submem); });
 }
 TVAAPI TVArescode TVA_appendsparsesymmat(TVAtask_t task, TVAint32t dim, TVAint64t nz,
                                          const TVAint32t* subi, const TVAint32t* subj,
@@ -75,23 +71,24 @@ TVAAPI TVArescode TVA_appendsparsesymmat(TVAtask_t task, TVAint32t dim, TVAint64
 }
 TVAAPI TVArescode TVA_putbarcj(TVAtask_t task, TVAint32t j, TVAint64t num, const TVAint64t* sub,
                                const double* weights) {
-  return guarded(task, [&] { return store_putbarcj(task, j, num, sub, weights); });
+  return putget_put(task, kChangeBar, [&] { return store_putbarcj(task, j, num, sub, weights); });
 }
 TVAAPI TVArescode TVA_putbaraij(TVAtask_t task, TVAint32t i, TVAint32t j, TVAint64t num,
                                 const TVAint64t* sub, const double* weights) {
-  return guarded(task, [&] { return store_putbaraij(task, i, j, num, sub, weights); });
+  return putget_put(task, kChangeBar,
+                    [&] { return store_putbaraij(task, i, j, num, sub, weights); });
 }
 TVAAPI TVArescode TVA_putbarablocktriplet(TVAtask_t task, TVAint64t num, const TVAint32t* subi,
                                           const TVAint32t* subj, const TVAint32t* subk,
                                           const TVAint32t* subl, const double* valijkl) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_put(task, kChangeBar, [&]() -> TVArescode {
     return store_putbarblocktriplet(task, true, num, subi, subj, subk, subl, valijkl);
   });
 }
 TVAAPI TVArescode TVA_putbarcblocktriplet(TVAtask_t task, TVAint64t num, const TVAint32t* subj,
                                           const TVAint32t* subk, const TVAint32t* subl,
                                           const double* valjkl) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_put(task, kChangeBar, [&]() -> TVArescode {
     return store_putbarblocktriplet(task, false, num, nullptr, subj, subk, subl, valjkl);
   });
 }
@@ -106,7 +103,7 @@ TVAAPI TVArescode TVA_getlenbarvarj(TVAtask_t task, TVAint32t j, TVAint64t* lenb
 }
 
 TVAAPI TVArescode TVA_putaij(TVAtask_t task, TVAint32t i, TVAint32t j, double aij) {
-  return guarded(task, [&] { return store_putaij(task, i, j, aij); });
+  return putget_put(task, kChangeA, [&] { return store_putaij(task, i, j, aij); });
 }
 TVAAPI TVArescode TVA_getacol(TVAtask_t task, TVAint32t j, TVAint32t* nzj, TVAint32t* subj,
                               double* valj) {
@@ -118,10 +115,11 @@ TVAAPI TVArescode TVA_commitchanges(TVAtask_t task) {
 
 TVAAPI TVArescode TVA_putqobj(TVAtask_t task, TVAint32t numqonz, const TVAint32t* qosubi,
                               const TVAint32t* qosubj, const double* qoval) {
-  return guarded(task, [&] { return store_putqobj(task, numqonz, qosubi, qosubj, qoval); });
+  return putget_put(task, kChangeQ,
+                    [&] { return store_putqobj(task, numqonz, qosubi, qosubj, qoval); });
 }
 TVAAPI TVArescode TVA_putqobjij(TVAtask_t task, TVAint32t i, TVAint32t j, double qoij) {
-  return guarded(task, [&] { return store_putqobjij(task, i, j, qoij); });
+  return putget_put(task, kChangeQ, [&] { return store_putqobjij(task, i, j, qoij); });
 }
 TVAAPI TVArescode TVA_getqobjij(TVAtask_t task, TVAint32t i, TVAint32t j, double* qoij) {
   return guarded(task, [&]() -> TVArescode {
@@ -134,12 +132,14 @@ TVAAPI TVArescode TVA_getqobjij(TVAtask_t task, TVAint32t i, TVAint32t j, double
 TVAAPI TVArescode TVA_putqconk(TVAtask_t task, TVAint32t k, TVAint32t numqcnz,
                                const TVAint32t* qcsubi, const TVAint32t* qcsubj,
                                const double* qcval) {
-  return guarded(task, [&] { return store_putqconk(task, k, numqcnz, qcsubi, qcsubj, qcval); });
+  return putget_put(task, kChangeQ,
+                    [&] { return store_putqconk(task, k, numqcnz, qcsubi, qcsubj, qcval); });
 }
 TVAAPI TVArescode TVA_putqcon(TVAtask_t task, TVAint32t numqcnz, const TVAint32t* qcsubk,
                               const TVAint32t* qcsubi, const TVAint32t* qcsubj,
                               const double* qcval) {
-  return guarded(task, [&] { return store_putqcon(task, numqcnz, qcsubk, qcsubi, qcsubj, qcval); });
+  return putget_put(task, kChangeQ,
+                    [&] { return store_putqcon(task, numqcnz, qcsubk, qcsubi, qcsubj, qcval); });
 }
 
 TVAAPI TVArescode TVA_getconbound(TVAtask_t task, TVAint32t i, TVAint32t* bk, double* bl,
@@ -152,20 +152,27 @@ TVAAPI TVArescode TVA_getconbound(TVAtask_t task, TVAint32t i, TVAint32t* bk, do
   });
 }
 TVAAPI TVArescode TVA_putobjsense(TVAtask_t task, TVAint32t sense) {
-  return guarded(task, [&] { return store_putobjsense(task, sense); });
+  // Only a real change of the sense tells the solutions.
+  int32 old = -1;
+  TVArescode r = putget_call(task, [&] {
+    old = task->store.objsense;
+    return store_putobjsense(task, sense);
+  });
+  if (r == TVA_RES_OK && old != sense) store_changed(task, kChangeSense);
+  return r;
 }
 
 TVAAPI TVArescode TVA_removecons(TVAtask_t task, TVAint32t num, const TVAint32t* subset) {
-  return guarded(task, [&] { return store_removecons(task, num, subset); });
+  return putget_put(task, kChangeStructure, [&] { return store_removecons(task, num, subset); });
 }
 TVAAPI TVArescode TVA_removevars(TVAtask_t task, TVAint32t num, const TVAint32t* subset) {
-  return guarded(task, [&] { return store_removevars(task, num, subset); });
+  return putget_put(task, kChangeStructure, [&] { return store_removevars(task, num, subset); });
 }
 TVAAPI TVArescode TVA_removecones(TVAtask_t task, TVAint32t num, const TVAint32t* subset) {
-  return guarded(task, [&] { return store_removecones(task, num, subset); });
+  return putget_put(task, kChangeStructure, [&] { return store_removecones(task, num, subset); });
 }
 TVAAPI TVArescode TVA_removebarvars(TVAtask_t task, TVAint32t num, const TVAint32t* subset) {
-  return guarded(task, [&] { return store_removebarvars(task, num, subset); });
+  return putget_put(task, kChangeStructure, [&] { return store_removebarvars(task, num, subset); });
 }
 
 TVAAPI TVArescode TVA_getprobtype(TVAtask_t task, TVAint32t* probtype) {

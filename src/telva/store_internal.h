@@ -44,6 +44,15 @@ TVArescode check_index(TvaTask* task, int64 i, int64 count, const char* arg);
 // Index checks of a list element, reported with the array's name and the position.
 TVArescode check_index_arr(TvaTask* task, int32 v, int32 pos, int32 count, const char* arg);
 
+// The range checks of a slice [first, last): first below 0 gives TVA_RES_ERR_FIRST, last above
+// count TVA_RES_ERR_LAST. A last not above first is an empty slice, which callers treat as a
+// no-op.
+TVArescode check_slice(TvaTask* task, int32 first, int32 last, int32 count);
+// Every entry of a list of num indices in 0..count-1, reported per position with the array's
+// name; a null list with num above 0 is TVA_RES_ERR_NULL_POINTER.
+TVArescode check_index_list(TvaTask* task, int64 num, const int32* sub, int32 count,
+                            const char* arg);
+
 // A count of list elements must not be negative.
 inline TVArescode check_count(TvaTask* task, int64 num, const char* arg) {
   return num < 0 ? TVA_REP(task, ERR_ARG_IS_TOO_SMALL, num, arg) : TVA_RES_OK;
@@ -58,6 +67,12 @@ inline int32 grown_capacity(int32 cap, int64 need) {
   int64 c = 2 * int64(cap);
   return static_cast<int32>(c > need ? (c > 0x7fffffff ? need : c) : need);
 }
+
+// The value checks of one bound (warnings on the way) and the store of a checked bound.
+TVArescode store_check_bound(TvaTask* task, bool con, int32 i, int32 bk, double bl, double bu);
+void store_one_bound(TvaTask* task, bool con, int32 i, int32 bk, double bl, double bu);
+// The value checks of one objective coefficient.
+TVArescode store_check_c(TvaTask* task, int32 j, double cj);
 
 // Makes A when it doesn't stand yet, with the task's current counts.
 TVArescode store_ensure_a(TvaTask* task);

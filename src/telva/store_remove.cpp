@@ -57,6 +57,7 @@ TVArescode store_removecons(TvaTask* task, int32 num, const int32* subset) {
   compact(s.name_offset[kNameCon], newidx.p, m);
   sol_renumber_cons(task, newidx.p, m);
   sol_on_change(task, SolChange::Unjudged);
+  store_dropnamemap(task, kNameCon);
   task->numcon = newcount;
   return TVA_RES_OK;
 }
@@ -106,6 +107,7 @@ TVArescode store_removevars(TvaTask* task, int32 num, const int32* subset) {
   compact(s.name_offset[kNameVar], newidx.p, n);
   sol_renumber_vars(task, newidx.p, n);
   sol_on_change(task, SolChange::Unjudged);
+  store_dropnamemap(task, kNameVar);
   task->numvar = newcount;
   return TVA_RES_OK;
 }
@@ -128,6 +130,7 @@ TVArescode store_removecones(TvaTask* task, int32 num, const int32* subset) {
   compact(s.name_offset[kNameCone], newidx.p, nc);
   sol_renumber_cones(task, newidx.p, nc);
   sol_on_change(task, SolChange::Unjudged);
+  store_dropnamemap(task, kNameCone);
   task->numcone = newcount;
   return TVA_RES_OK;
 }
@@ -153,6 +156,7 @@ TVArescode store_removebarvars(TvaTask* task, int32 num, const int32* subset) {
   sol_on_change(task, SolChange::Unjudged);
   compact(s.bardim, newidx.p, nb);
   compact(s.name_offset[kNameBarvar], newidx.p, nb);
+  store_dropnamemap(task, kNameBarvar);
   task->numbarvar = newcount;
   return TVA_RES_OK;
 }

@@ -5,6 +5,7 @@
 #include "misc/utf8bld.h"
 #include "telva/fatal.h"
 #include "telva/report.h"
+#include "telva/solution.h"
 
 #include <cstdio>
 #include <cstring>
@@ -174,6 +175,7 @@ TVAAPI TVArescode TVA_resizetask(TVAtask_t task, TVAint32t maxnumcon, TVAint32t 
   if (r == TVA_RES_OK) r = store_putmaxnumcone(task, maxnumcone > 0 ? maxnumcone : 0);
   if (r == TVA_RES_OK) r = store_putmaxnumanz(task, maxnumanz > 0 ? maxnumanz : 0);
   if (r == TVA_RES_OK) r = store_putmaxnumqnz(task, maxnumqnz > 0 ? maxnumqnz : 0);
+  store_changed(task, kChangeStructure);
   return r;
 }
 
@@ -195,6 +197,8 @@ TVAAPI TVArescode TVA_clonetask(TVAtask_t task, TVAtask_t* pclone) {
     clone->sparam[i] = sysenv_strdup(clone->sys, TVA_HERE, task->sparam[i] ? task->sparam[i] : "");
     if (!clone->sparam[i]) r = TVA_RES_ERR_SPACE;
   }
+  if (r == TVA_RES_OK) r = store_copy(clone, task);
+  if (r == TVA_RES_OK) r = sol_copy(clone, task);
   if (r == TVA_RES_OK) {
     char* name = sysenv_strdup(clone->sys, TVA_HERE, task->taskname ? task->taskname : "");
     if (!name) {
@@ -205,6 +209,8 @@ TVAAPI TVArescode TVA_clonetask(TVAtask_t task, TVAtask_t* pclone) {
     }
   }
   if (r != TVA_RES_OK) {
+    // The failure was reported on the clone, which goes: the source keeps the message.
+    task_set_last_response(task, r, clone->lastmsg ? clone->lastmsg : "");
     TVA_deletetask(&clone);
     return r;
   }
