@@ -1652,6 +1652,21 @@ TVAAPI TVArescode TVA_removecones(TVAtask_t task, TVAint32t num, const TVAint32t
 TVAAPI TVArescode TVA_removebarvars(TVAtask_t task, TVAint32t num, const TVAint32t* subset);
 TVAAPI TVArescode TVA_getprobtype(TVAtask_t task, TVAint32t* probtype);
 
+/* ---- Problem files ------------------------------------------------------------ */
+
+/* The format comes from the name's extension (".mps", ".lp", ".opf", ".fmps", ".task", ".cbf",
+   ".jtask", MPS when unknown), a trailing ".gz" means gzip. TVA_IPAR_READ_DATA_FORMAT and
+   TVA_IPAR_READ_DATA_COMPRESSED override the name; a null filename takes
+   TVA_SPAR_DATA_FILE_NAME. The task is cleared before a read (parameters stay). */
+TVAAPI TVArescode TVA_readdata(TVAtask_t task, const char* filename);
+TVAAPI TVArescode TVA_readdataformat(TVAtask_t task, const char* filename, TVAint32t format,
+                                     TVAint32t compress);
+TVAAPI TVArescode TVA_readdataautoformat(TVAtask_t task, const char* filename);
+/* As TVA_readdata, with TVA_IPAR_WRITE_DATA_FORMAT for the format. */
+TVAAPI TVArescode TVA_writedata(TVAtask_t task, const char* filename);
+/* Prints the statistics of the last read on the stream (with TVA_IPAR_LOG above 0). */
+TVAAPI TVArescode TVA_readsummary(TVAtask_t task, TVAint32t whichstream);
+
 /* ---- Linear algebra: LU factorization and basis ------------------------------ */
 
 #ifdef __cplusplus
