@@ -111,7 +111,12 @@ TVArescode mpsreport_code(TvaTask* task, const MpsError& err) {
 
 TVArescode mpsreport_read_error(TvaTask* task, const MpsError& err, bool debug) {
   TVArescode r = mpsreport_code(task, err);
-  if (err.line > 0) mps_error_echo(err, debug, task, echo_to_task);
+  if (err.line > 0) {
+    mps_error_echo(err, debug, task, echo_to_task);
+    // The hint how to turn debugging on comes without a line end; end its line so that it
+    // leaves the stream now.
+    if (!debug) task_printf(task, TVA_STREAM_ERR, "\n");
+  }
   return r;
 }
 

@@ -36,6 +36,9 @@ TVArescode put_all(TvaTask* task, const MpsModel& m) {
   int32 numcon = m.numcon(), numvar = m.numvar();
   TVArescode r = store_appendcons(task, numcon);
   if (r == TVA_RES_OK) r = store_appendvars(task, numvar);
+  // Names first, so that the store's own warnings (large bounds) can name the item.
+  if (r == TVA_RES_OK) r = put_names(task, kNameCon, m.con_names);
+  if (r == TVA_RES_OK) r = put_names(task, kNameVar, m.var_names);
   if (r == TVA_RES_OK && numcon > 0)
     r = store_putboundlist(task, TVA_ACC_CON, numcon, nullptr, 0, m.con_bk.data(), m.con_bl.data(),
                            m.con_bu.data());
@@ -60,8 +63,6 @@ TVArescode put_all(TvaTask* task, const MpsModel& m) {
     r = store_appendcone(task, m.cone_type[k], m.cone_par[k], static_cast<int32>(e - b),
                          m.cone_sub.data() + b);
   }
-  if (r == TVA_RES_OK) r = put_names(task, kNameCon, m.con_names);
-  if (r == TVA_RES_OK) r = put_names(task, kNameVar, m.var_names);
   if (r == TVA_RES_OK) r = put_names(task, kNameCone, m.cone_names);
   if (r == TVA_RES_OK) r = put_task_name(task, m.task_name.c_str());
   return r;

@@ -54,11 +54,12 @@ bool has_writer(int32 format) {
 
 TVArescode write_file(TvaTask* task, const char* name, int32 format, int32 compress) {
   if (name[0] == '\0') return TVA_REP(task, ERR_FILE_OPEN, "");
-  // Format 0 names no format, and the formats without a writer in this build are refused the
-  // same way, before anything is opened.
-  if (!has_writer(format)) return TVA_REP(task, ERR_INVALID_FORMAT_TYPE, format);
+  // Format 0 names no format. What the task holds is tested next, then the formats without a
+  // writer in this build are refused like format 0; all before anything is opened.
+  if (format == TVA_DATA_FORMAT_EXTENSION) return TVA_REP(task, ERR_INVALID_FORMAT_TYPE, format);
   TVArescode r = check_format_fits(task, format);
   if (r != TVA_RES_OK) return r;
+  if (!has_writer(format)) return TVA_REP(task, ERR_INVALID_FORMAT_TYPE, format);
   bool log = task->iparam[TVA_IPAR_LOG] != 0 && task->iparam[TVA_IPAR_LOG_FILE] != 0;
   sysfile* file = nullptr;
   r = datafile_open(task, name, true, compress, &file);
