@@ -426,3 +426,45 @@ TEST_F(ReadData, WriteLogLines) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(ReadData, ConeErrorsCarryAllTheirArguments) {
+  // t is a member of two cones: the message names both cones and the variable with indices.
+  write_text("overlap.fmps", "NAME o\nROWS\n N obj\nCOLUMNS\n t obj 1\n y obj 1\n z obj 1\n"
+                             "CSECTION k1 0 QUAD\n t\n y\nCSECTION k2 0 QUAD\n z\n t\nENDATA\n");
+  EXPECT_EQ(TVA_readdata(task_, path("overlap.fmps").c_str()), TVA_RES_ERR_CONE_OVERLAP);
+  EXPECT_EQ(lastmsg(), "Variable 't' (0) is a member of cone 'k1' (0) and cone 'k2' (1).");
+}
+
+TEST_F(ReadData, WriterWarningsGoThroughTheReporter) {
+  write_text("in.mps", kSmallLp);
+  ASSERT_EQ(TVA_readdata(task_, path("in.mps").c_str()), TVA_RES_OK);
+  ASSERT_EQ(store_putname(task_, kNameCon, 1, "CAP1"), TVA_RES_OK);
+  out_.clear();
+  ASSERT_EQ(TVA_writedata(task_, path("dup.mps").c_str()), TVA_RES_OK);
+  EXPECT_NE(out_.find("TELVA warning 850: Constraint number 0 and 1 is given the same name "
+                      "'CAP1'."),
+            std::string::npos)
+      << out_;
+  EXPECT_NE(out_.find("TELVA warning 503:"), std::string::npos) << out_;
+  // Generic names throughout, and the problem itself is unchanged.
+  EXPECT_NE(file_text("dup.mps").find(" L  C1"), std::string::npos);
+  TVAtask_t copy = nullptr;
+  ASSERT_EQ(TVA_maketask(env_, 0, 0, &copy), TVA_RES_OK);
+  ASSERT_EQ(TVA_readdata(copy, path("dup.mps").c_str()), TVA_RES_OK);
+  MpsModel a(task_->sys), b(copy->sys);
+  ASSERT_EQ(mpstask_get(task_, &a), TVA_RES_OK);
+  ASSERT_EQ(mpstask_get(copy, &b), TVA_RES_OK);
+  const char* what = "";
+  EXPECT_TRUE(mpsmodel_equal(a, b, false, &what)) << what;
+  TVA_deletetask(&copy);
+
+  // A response handler that refuses warnings stops the write with the warning's code.
+  ASSERT_EQ(TVA_putresponsefunc(
+                task_, [](void*, TVArescode, const char*) -> TVAint32t { return 1; }, nullptr),
+            TVA_RES_OK);
+  EXPECT_EQ(TVA_writedata(task_, path("dup2.mps").c_str()), TVA_RES_WRN_DUPLICATE_CONSTRAINT_NAMES);
+}
+
+} // namespace
