@@ -162,7 +162,9 @@ TVAAPI TVArescode TVA_readdataformat(TVAtask_t task, const char* filename, TVAin
                                      TVAint32t compress) {
   TVArescode r = task_check(task);
   if (r != TVA_RES_OK) return r;
-  const char* name = filename ? filename : "";
+  // Here no parameter stands in for a missing name: the name itself is invalid.
+  if (!filename) return TVA_REP(task, ERR_INVALID_FILE_NAME, "");
+  const char* name = filename;
   int32 by_name = 0, name_compress = 0;
   datafile_analyse(name, &by_name, &name_compress);
   if (compress != TVA_COMPRESS_FREE) name_compress = compress;

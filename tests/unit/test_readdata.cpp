@@ -195,7 +195,7 @@ TEST_F(ReadData, RoundTripThroughPlainAndGzipFiles) {
   for (const char* text : {kQuadMip, kConic}) {
     write_text("in.fmps", text);
     ASSERT_EQ(TVA_readdata(task_, path("in.fmps").c_str()), TVA_RES_OK);
-    for (const char* out : {"out.mps", "out.mps.gz", "out.fmps.gz", "noext"}) {
+    for (const char* out : {"out.mps", "out.mps.gz", "out.gz", "out.fmps.gz", "noext"}) {
       ASSERT_EQ(TVA_writedata(task_, path(out).c_str()), TVA_RES_OK) << out;
       std::string raw = file_text(out);
       bool gz = std::string(out).ends_with(".gz");
@@ -320,6 +320,9 @@ TEST_F(ReadData, BadNamesAndMissingFiles) {
   // A null name takes the data file parameter, empty by default.
   EXPECT_EQ(TVA_readdata(task_, nullptr), TVA_RES_ERR_FILE_OPEN);
   EXPECT_EQ(TVA_writedata(task_, nullptr), TVA_RES_ERR_FILE_OPEN);
+  EXPECT_EQ(TVA_readdataformat(task_, nullptr, TVA_DATA_FORMAT_MPS, TVA_COMPRESS_FREE),
+            TVA_RES_ERR_INVALID_FILE_NAME);
+  EXPECT_EQ(lastmsg(), "'' is an invalid file name.");
   std::string missing = path("missing.mps");
   EXPECT_EQ(TVA_readdata(task_, missing.c_str()), TVA_RES_ERR_FILE_OPEN);
   EXPECT_EQ(lastmsg(), "An error occurred while opening file '" + missing + "'.");
