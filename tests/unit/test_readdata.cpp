@@ -456,11 +456,13 @@ TEST_F(ReadData, WriterWarningsGoThroughTheReporter) {
   TVAtask_t copy = nullptr;
   ASSERT_EQ(TVA_maketask(env_, 0, 0, &copy), TVA_RES_OK);
   ASSERT_EQ(TVA_readdata(copy, path("dup.mps").c_str()), TVA_RES_OK);
-  MpsModel a(task_->sys), b(copy->sys);
-  ASSERT_EQ(mpstask_get(task_, &a), TVA_RES_OK);
-  ASSERT_EQ(mpstask_get(copy, &b), TVA_RES_OK);
-  const char* what = "";
-  EXPECT_TRUE(mpsmodel_equal(a, b, false, &what)) << what;
+  {
+    MpsModel a(task_->sys), b(copy->sys);
+    ASSERT_EQ(mpstask_get(task_, &a), TVA_RES_OK);
+    ASSERT_EQ(mpstask_get(copy, &b), TVA_RES_OK);
+    const char* what = "";
+    EXPECT_TRUE(mpsmodel_equal(a, b, false, &what)) << what;
+  } // the models live in the tasks' memory: gone before the copy is
   TVA_deletetask(&copy);
 
   // A response handler that refuses warnings stops the write with the warning's code.
