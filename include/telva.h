@@ -1669,7 +1669,6 @@ TVAAPI TVArescode TVA_optimizersummary(TVAtask_t task, TVAint32t whichstream);
 TVAAPI TVArescode TVA_solutionsummary(TVAtask_t task, TVAint32t whichstream);
 TVAAPI TVArescode TVA_onesolutionsummary(TVAtask_t task, TVAint32t whichstream,
                                          TVAint32t whichsol);
-TVAAPI TVArescode TVA_readsummary(TVAtask_t task, TVAint32t whichstream);
 /* A slice of the problem for reading by eye. The switches: c the objective, qo its Q, a the
    matrix A, qc the constraints' Q, bc and bx the bounds of constraints and variables, vartype
    the integer marks, cones the cones. */
@@ -2034,6 +2033,21 @@ TVAAPI TVArescode TVA_getdualsolutionnorms(TVAtask_t task, TVAint32t whichsol, d
                                            double* nrmslc, double* nrmsuc, double* nrmslx,
                                            double* nrmsux, double* nrmsnx, double* nrmbars);
 TVAAPI TVArescode TVA_updatesolutioninfo(TVAtask_t task, TVAint32t whichsol);
+
+/* ---- Problem files ------------------------------------------------------------ */
+
+/* The format comes from the name's extension (".mps", ".lp", ".opf", ".fmps", ".task", ".cbf",
+   ".jtask", MPS when unknown), a trailing ".gz" means gzip. TVA_IPAR_READ_DATA_FORMAT and
+   TVA_IPAR_READ_DATA_COMPRESSED override the name; a null filename takes
+   TVA_SPAR_DATA_FILE_NAME. The task is cleared before a read (parameters stay). */
+TVAAPI TVArescode TVA_readdata(TVAtask_t task, const char* filename);
+TVAAPI TVArescode TVA_readdataformat(TVAtask_t task, const char* filename, TVAint32t format,
+                                     TVAint32t compress);
+TVAAPI TVArescode TVA_readdataautoformat(TVAtask_t task, const char* filename);
+/* As TVA_readdata, with TVA_IPAR_WRITE_DATA_FORMAT for the format. */
+TVAAPI TVArescode TVA_writedata(TVAtask_t task, const char* filename);
+/* Prints the statistics of the last read on the stream (with TVA_IPAR_LOG above 0). */
+TVAAPI TVArescode TVA_readsummary(TVAtask_t task, TVAint32t whichstream);
 
 /* ---- Linear algebra: LU factorization and basis ------------------------------ */
 

@@ -12,7 +12,9 @@ namespace telva {
 
 namespace {
 
-constexpr int64 kBufferSize = 1 << 16;
+// Every open file carries a 1 MiB buffer: problem files are read and written in few large
+// system calls, and a gzip stream gets large blocks to compress.
+constexpr int64 kBufferSize = 0x100000;
 constexpr int64 kFirstLineSize = 256;
 
 } // namespace

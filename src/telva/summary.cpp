@@ -147,24 +147,4 @@ TVAAPI TVArescode TVA_solutionsummary(TVAtask_t task, TVAint32t whichstream) {
   return TVA_RES_OK;
 }
 
-TVAAPI TVArescode TVA_readsummary(TVAtask_t task, TVAint32t whichstream) {
-  TVArescode r = task_check(task);
-  if (r == TVA_RES_OK) r = check_stream(task, whichstream);
-  if (r != TVA_RES_OK) return r;
-  char type[TVA_MAX_STR_LEN] = "";
-  TVA_probtypetostr(task, store_probtype(task), type);
-  int32 s = whichstream;
-  task_printf(task, s, "\nRead summary\n");
-  task_printf(task, s, "  Type             : %s\n", type);
-  task_printf(task, s, "  Objective sense  : %s\n",
-              task->store.objsense == TVA_OBJECTIVE_SENSE_MAXIMIZE ? "maximize" : "minimize");
-  task_printf(task, s, "  Scalar variables : %-12d\n", task->numvar);
-  task_printf(task, s, "  Matrix variables : %-12d\n", task->numbarvar);
-  task_printf(task, s, "  Constraints      : %-12d\n", task->numcon);
-  task_printf(task, s, "  Cones            : %-12d\n", task->numcone);
-  task_printf(task, s, "  Time             : %-8.1f\n", task->dinf[TVA_DINF_RD_TIME]);
-  task_printf(task, s, "\n");
-  return TVA_RES_OK;
-}
-
 } // extern "C"

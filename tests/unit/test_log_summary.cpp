@@ -91,15 +91,19 @@ TEST_F(Summary, SilentWithoutLogOrSlot) {
 }
 
 TEST_F(Summary, ReadSummary) {
+  // The summary tells the statistics of the last read, not the task's present counts.
   small_lp(false);
+  task->iinf[TVA_IINF_RD_PROTYPE] = TVA_PROBTYPE_LO;
+  task->iinf[TVA_IINF_RD_NUMVAR] = 7;
+  task->iinf[TVA_IINF_RD_NUMCON] = 3;
   task->dinf[TVA_DINF_RD_TIME] = 0.25;
   ASSERT_EQ(TVA_readsummary(task, TVA_STREAM_MSG), TVA_RES_OK);
   EXPECT_EQ(log, "\nRead summary\n"
                  "  Type             : LO (linear optimization problem)\n"
-                 "  Objective sense  : minimize\n"
-                 "  Scalar variables : 2           \n"
+                 "  Objective sense  : min\n"
+                 "  Scalar variables : 7           \n"
                  "  Matrix variables : 0           \n"
-                 "  Constraints      : 1           \n"
+                 "  Constraints      : 3           \n"
                  "  Cones            : 0           \n"
                  "  Time             : 0.2     \n"
                  "\n");

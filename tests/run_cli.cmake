@@ -1,0 +1,11 @@
+# Runs PROG with ARGS (a ;-list) and checks its exit code (EXPECT_RC) and that its output,
+# stdout and stderr together, holds the text EXPECT_LINE.
+execute_process(COMMAND ${PROG} ${ARGS} RESULT_VARIABLE rc OUTPUT_VARIABLE out
+                ERROR_VARIABLE out)
+if(NOT rc EQUAL EXPECT_RC)
+  message(FATAL_ERROR "exit code ${rc}, expected ${EXPECT_RC}; output:\n${out}")
+endif()
+string(FIND "${out}" "${EXPECT_LINE}" at)
+if(at EQUAL -1)
+  message(FATAL_ERROR "output lacks '${EXPECT_LINE}':\n${out}")
+endif()
