@@ -7,4 +7,4 @@ scripts/install_deps.sh
 cmake -S . -B build-release -DCMAKE_BUILD_TYPE=Release -DTELVA_BUILD_TESTS=OFF > /dev/null
 cmake --build build-release -j "$(nproc)"
 ./build-release/lifecycle_demo
-./build-release/telva examples/afiro_like.mps
+./build-release/telva -O primal_simplex -s examples/afiro_like.mps

@@ -1,6 +1,8 @@
 // TVA_optimizetrm and TVA_optimize: the frame of a run around the optimizer chains.
 #include "telva/optimize.h"
 
+#include "simplex/simplex_task.h"
+
 #include "telva/drvsol.h"
 #include "telva/events.h"
 #include "telva/report.h"
@@ -20,9 +22,6 @@ TVArescode missing_conic(TvaTask* task) {
 TVArescode missing_quadratic(TvaTask* task) {
   return TVA_REP(task, ERR_INTERNAL, "the quadratic optimizer is not available");
 }
-TVArescode missing_simplex(TvaTask* task) {
-  return TVA_REP(task, ERR_INTERNAL, "the simplex optimizer is not available");
-}
 TVArescode missing_convexity(TvaTask* task) {
   return TVA_REP(task, ERR_INTERNAL, "the convexity check is not available");
 }
@@ -36,7 +35,7 @@ int32 missing_interior(TvaTask* task, ProblemView*) {
 }
 
 constexpr OptimizerChains kBuiltInChains = {
-    missing_mixed_integer, missing_conic,         missing_quadratic, missing_simplex,
+    missing_mixed_integer, missing_conic,         missing_quadratic, simplex_task_optimize,
     missing_convexity,     missing_infeas_report, missing_interior};
 
 OptimizerChains g_chains = kBuiltInChains;

@@ -42,7 +42,7 @@ void print_help(std::FILE* out) {
       "\n"
       "Options:\n"
       "  -p, --paramfile FILE      read parameters from FILE (lines of NAME VALUE between\n"
-      "                            BEGIN TELVA_PARAMETER_FILE and END TELVA_PARAMETER_FILE);\n"
+      "                            BEGIN TELVA and END TELVA);\n"
       "                            may be given more than once\n"
       "  -d, --param NAME VALUE    set the parameter NAME (such as TVA_IPAR_LOG or\n"
       "                            TVA_DPAR_INTPNT_TOL_PFEAS) to VALUE; integer parameters take\n"
