@@ -203,6 +203,40 @@ TVArescode field_error(MpsScanner* sc, int64 pos, int32 number) {
 
 } // namespace
 
+int32 MpsScanner::words_ahead() const {
+  int32 count = 0;
+  for (int64 i = pos_; i < len_;) {
+    while (i < len_ && is_sep(buf_[i]))
+      ++i;
+    if (i >= len_) break;
+    ++count;
+    while (i < len_ && !is_sep(buf_[i]))
+      ++i;
+  }
+  return count;
+}
+
+bool MpsScanner::vector_name_absent(int32 section, const char* key) const {
+  const int32 words = words_ahead();
+  if (section == kSecRhs || section == kSecRanges) return words == 2 || words == 4;
+  if (section != kSecBounds) return false;
+  const bool novalue =
+      !std::strcmp(key, "FR") || !std::strcmp(key, "MI") || !std::strcmp(key, "PL");
+  if (novalue) return words == 1;
+  if (!std::strcmp(key, "BV")) {
+    if (words == 1) return true;
+    if (words != 2) return false;
+    // "BV name 1" without a vector name, or "BV vector name": the last word tells.
+    int64 i = len_;
+    while (i > pos_ && !is_sep(buf_[i - 1]))
+      --i;
+    size_t n = static_cast<size_t>(len_ - i), used = 0;
+    double v = 0.0;
+    return mps_parse_number(buf_ + i, n, &v, &used) && used == n;
+  }
+  return words == 2;
+}
+
 TVArescode MpsScanner::cut_free(int32 section, MpsFields* out) {
   pos_ = 0;
   const char* w = nullptr;
@@ -210,7 +244,11 @@ TVArescode MpsScanner::cut_free(int32 section, MpsFields* out) {
     w = next_word();
     if (w) out->f1 = w;
   }
-  if ((w = next_word())) out->f2 = w;
+  // Blank-separated files may leave out the vector name of RHS, RANGES and BOUNDS lines, as
+  // many writers do; the number of words on the line tells whether it is there.
+  const bool noname = (section == kSecRhs || section == kSecRanges || section == kSecBounds) &&
+                      vector_name_absent(section, out->f1);
+  if (!noname && (w = next_word())) out->f2 = w;
   if (section == kSecRows || section == kSecCsection || section == kSecObjname) {
     int64 at = pos_;
     if (section != kSecObjname && next_word()) return field_error(this, at, 2);

@@ -78,6 +78,10 @@ private:
                           bool* has);
   // Blank or tab separated words of the line from the scan position.
   const char* next_word();
+  // Words left on the line from the scan position, and whether a free-format data line of
+  // the section (with its bound key) leaves out the vector name.
+  int32 words_ahead() const;
+  bool vector_name_absent(int32 section, const char* key) const;
   TVArescode number_word(const char* w, int32 errfield, double* out);
 
   sysenv* sys_;

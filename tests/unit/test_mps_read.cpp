@@ -448,10 +448,42 @@ TEST_F(MpsRead, BoundTypes) {
   EXPECT_EQ(read_text("ROWS\n N obj\nCOLUMNS\n x obj 1\nBOUNDS\n UP b y 1\nENDATA\n", &m),
             TVA_RES_ERR_MPS_UNDEF_VAR_NAME);
   EXPECT_STREQ(err_.args[0].s, "y");
-  // Free format: the vector name is not optional, so the value stands as a variable name.
-  EXPECT_EQ(read_text("ROWS\n N obj\nCOLUMNS\n x obj 1\nBOUNDS\n UP x 4\nENDATA\n", &m),
-            TVA_RES_ERR_MPS_UNDEF_VAR_NAME);
-  EXPECT_STREQ(err_.args[0].s, "4");
+}
+
+// Blank-separated lines may leave out the vector name of RHS, RANGES and BOUNDS: the number of
+// words tells. A line without a name belongs to the vector with the empty name.
+TEST_F(MpsRead, FreeFormatVectorNameMayBeLeftOut) {
+  const char* text = "ROWS\n N obj\n G r1\n L r2\n E r3\nCOLUMNS\n"
+                     " x obj 1 r1 1\n y r2 1 r3 1\n z r3 2\n b r1 1\n"
+                     "RHS\n r1 2\n r2 5 r3 7\n obj -3\n"
+                     "RANGES\n r1 4\n"
+                     "BOUNDS\n UP x 4\n FR y\n MI z\n UP z 9\n BV b\n"
+                     "ENDATA\n";
+  MpsModel m(sys_);
+  ASSERT_EQ(read_text(text, &m), TVA_RES_OK) << err_.line;
+  EXPECT_EQ(m.con_bl[0], 2.0);
+  EXPECT_EQ(m.con_bu[0], 6.0);
+  EXPECT_EQ(m.con_bu[1], 5.0);
+  EXPECT_EQ(m.con_bl[2], 7.0);
+  EXPECT_EQ(m.cfix, 3.0);
+  EXPECT_EQ(m.var_bu[0], 4.0);
+  EXPECT_EQ(m.var_bk[1], TVA_BK_FR);
+  EXPECT_EQ(m.var_bk[2], TVA_BK_UP);
+  EXPECT_EQ(m.var_bu[2], 9.0);
+  EXPECT_EQ(m.var_int[3], 1);
+
+  // With a vector name the lines read as before; "BV name 1" and "BV vector name" both work.
+  const char* named = "ROWS\n N obj\n G r1\nCOLUMNS\n x obj 1 r1 1\n c r1 1\n"
+                      "RHS\n rhs r1 2\nBOUNDS\n UP bnd x 4\n BV bnd c\nENDATA\n";
+  MpsModel n(sys_);
+  ASSERT_EQ(read_text(named, &n), TVA_RES_OK) << err_.line;
+  EXPECT_EQ(n.con_bl[0], 2.0);
+  EXPECT_EQ(n.var_bu[0], 4.0);
+  EXPECT_EQ(n.var_int[1], 1);
+  MpsModel b(sys_);
+  ASSERT_EQ(read_text("ROWS\n N obj\nCOLUMNS\n x obj 1\nBOUNDS\n BV x 1\nENDATA\n", &b),
+            TVA_RES_OK);
+  EXPECT_EQ(b.var_int[0], 1);
 }
 
 TEST_F(MpsRead, QuadraticSections) {
