@@ -50,6 +50,7 @@ TVArescode put_all(TvaTask* task, const MpsModel& m) {
     store_putcfix(task, m.cfix);
     r = store_putobjsense(task, m.sense);
   }
+  if (r == TVA_RES_OK && !m.obj_name.empty()) r = store_putobjname(task, m.obj_name.c_str());
   for (int32 j = 0; j < numvar && r == TVA_RES_OK; ++j)
     if (m.var_int[j]) r = store_putvartype(task, j, TVA_VAR_TYPE_INT);
   if (r == TVA_RES_OK && numvar > 0 && m.numanz() > 0)
@@ -84,9 +85,8 @@ void get_quad(const TvaTask* task, int32 k, MpsQuad* q) {
 // with a constraint's name) when it has none: a nameless objective row would force the
 // writer onto generic names for everything.
 void get_objective_name(const TvaTask* task, MpsModel* m) {
-  const ProblemStore& s = task->store;
-  const char* stored = s.name_arena ? s.name_arena + s.objname : "";
-  if (stored[0] != '\0') {
+  const char* stored = store_getobjname(task);
+  if (stored && stored[0] != '\0') {
     m->obj_name = stored;
     return;
   }

@@ -382,6 +382,10 @@ TEST_F(ReadData, ParametersSurviveTheRead) {
   EXPECT_EQ(task_->iparam[TVA_IPAR_READ_MPS_FORMAT], TVA_MPS_FORMAT_FREE);
   EXPECT_STREQ(task_->sparam[TVA_SPAR_READ_MPS_OBJ_NAME], "cost");
   EXPECT_EQ(task_->store.c[0], 2.0);
+  // The chosen row's name becomes the objective's name.
+  char name[16] = "";
+  ASSERT_EQ(TVA_getobjname(task_, sizeof name, name), TVA_RES_OK);
+  EXPECT_STREQ(name, "cost");
 }
 
 TEST_F(ReadData, WriteRefusesWhatTheFormatCannotHold) {
