@@ -7,38 +7,18 @@
 #include <functional>
 #include <string>
 
+#include "budget_alloc.h"
 #include "store_snapshot.h"
 #include "telva.h"
 
 namespace {
 
-long g_budget = -1; // allocations left before the hooks refuse; negative: no limit
-
-bool take() {
-  if (g_budget < 0) return true;
-  if (g_budget == 0) return false;
-  --g_budget;
-  return true;
-}
-void* hook_malloc(void*, size_t n) {
-  return take() ? std::malloc(n) : nullptr;
-}
-void* hook_calloc(void*, size_t n, size_t s) {
-  return take() ? std::calloc(n, s) : nullptr;
-}
-void* hook_realloc(void*, void* p, size_t n) {
-  return take() ? std::realloc(p, n) : nullptr;
-}
-void hook_free(void*, void* p) {
-  std::free(p);
-}
+using budget_alloc::g_budget;
 
 class PutGetSpace : public ::testing::Test {
 protected:
   void SetUp() override {
-    ASSERT_EQ(
-        TVA_makeenvalloc(&env, nullptr, hook_malloc, hook_calloc, hook_realloc, hook_free, nullptr),
-        TVA_RES_OK);
+    ASSERT_EQ(budget_alloc::make_env(&env), TVA_RES_OK);
     ASSERT_EQ(TVA_maketask(env, 0, 0, &task), TVA_RES_OK);
     ASSERT_EQ(TVA_appendcons(task, 3), TVA_RES_OK);
     ASSERT_EQ(TVA_appendvars(task, 5), TVA_RES_OK);
