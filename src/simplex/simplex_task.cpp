@@ -12,11 +12,9 @@
 
 namespace telva {
 
-namespace {
-
 // The columns of A in one compressed array, read through the store.
-TVArescode gather_columns(TvaTask* task, SysVector<int32>& ptr, SysVector<int32>& sub,
-                          SysVector<double>& val) {
+TVArescode simplex_task_columns(TvaTask* task, SysVector<int32>& ptr, SysVector<int32>& sub,
+                                SysVector<double>& val) {
   const int32 n = task->numvar;
   ptr.assign(static_cast<size_t>(n) + 1, 0);
   for (int32 j = 0; j < n; ++j) {
@@ -35,15 +33,13 @@ TVArescode gather_columns(TvaTask* task, SysVector<int32>& ptr, SysVector<int32>
   return TVA_RES_OK;
 }
 
-} // namespace
-
 TVArescode simplex_task_optimize(TvaTask* task) {
   SysAllocator<int32> ia(task->sys);
   SysAllocator<double> da(task->sys);
   try {
     SysVector<int32> ptr(ia), sub(ia);
     SysVector<double> val(da);
-    TVArescode r = gather_columns(task, ptr, sub, val);
+    TVArescode r = simplex_task_columns(task, ptr, sub, val);
     if (r != TVA_RES_OK) return r;
 
     const ProblemStore& s = task->store;
