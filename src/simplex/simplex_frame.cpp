@@ -248,11 +248,6 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   W.set = &S, W.stat = st, W.opt = kSimPrimal;
   W.progress = progress, W.handle = handle, W.maximize = lp.maximize != 0, W.cfix = lp.cfix;
   W.t0 = std::chrono::steady_clock::now();
-  if (progress) {
-    SimplexProgress pr;
-    pr.event = 40;
-    if (progress(handle, &pr)) return kSimUserCallback;
-  }
   if (crossed_bounds(lp, st, sol)) return kSimOk;
   if (m < 1) {
     solve_norows(lp, st, sol);
@@ -321,13 +316,6 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   *needclean = st->solsta == TVA_SOL_STA_OPTIMAL && S.scaling != 1 &&
                unscaled_violation(W, rs.data(), cs.data());
   extract(W, lp, rs.data(), cs.data(), st, sol);
-  if (progress) {
-    SimplexProgress pr;
-    pr.event = 41;
-    pr.iter = st->iter[kSimPrimal];
-    pr.pobj = sol->pobj;
-    progress(handle, &pr);
-  }
   return code;
 }
 
@@ -338,10 +326,14 @@ int32 simplex_optimize(sysenv* sys, const SimplexSettings& settings, SimplexStat
                        void* handle) {
   stat->prosta = TVA_PRO_STA_UNKNOWN;
   stat->solsta = TVA_SOL_STA_UNKNOWN;
-  int32 code;
+  int32 code = kSimOk;
+  // The started and terminated events frame the whole call, clean-up pass included.
+  SimplexProgress pr;
+  pr.event = 40;
+  if (progress && progress(handle, &pr)) code = kSimUserCallback;
   try {
     bool needclean = false;
-    code = run(sys, settings, stat, lp, sol, progress, handle, &needclean);
+    if (code == kSimOk) code = run(sys, settings, stat, lp, sol, progress, handle, &needclean);
     if (code == kSimOk && needclean) {
       // Clean-up on the unscaled problem from the basis just found.
       SysAllocator<int32> ai(sys);
@@ -363,6 +355,12 @@ int32 simplex_optimize(sysenv* sys, const SimplexSettings& settings, SimplexStat
     code = kSimSpace;
   }
   stat->code = code;
+  if (progress) {
+    pr.event = 41;
+    pr.iter = stat->iter[kSimPrimal] + stat->iter[kSimDual] + stat->iter[kSimPrimalDual];
+    pr.pobj = sol->pobj;
+    progress(handle, &pr);
+  }
   return code;
 }
 

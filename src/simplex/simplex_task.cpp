@@ -77,12 +77,12 @@ TVArescode simplex_task_optimize(TvaTask* task) {
     answer.sux = slot->sux;
 
     SimplexStat stat;
-    int32 code = simplex_optimize(task->sys, settings, &stat, lp, &answer);
+    SimplexRoute route;
+    simplex_route_begin(&route, task);
+    int32 code =
+        simplex_optimize(task->sys, settings, &stat, lp, &answer, simplex_route_progress, &route);
     sol_setstatus(task, TVA_SOL_BAS, stat.prosta, stat.solsta);
-    task->iinf[TVA_IINF_SIM_PRIMAL_ITER] =
-        stat.iter[0] + stat.iter[1] + stat.iter[2] + stat.iter[3];
-    task->iinf[TVA_IINF_SIM_NUMCON] = task->numcon;
-    task->iinf[TVA_IINF_SIM_NUMVAR] = task->numvar;
+    simplex_route_end(&route, stat, settings.hotstart);
     task->dinf[TVA_DINF_SIM_OBJ] = answer.pobj;
     TVArescode rc = simplex_rescode(code);
     if (rc == TVA_RES_ERR_SPACE) return TVA_REP(task, ERR_SPACE);
