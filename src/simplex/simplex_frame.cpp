@@ -260,6 +260,7 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   W.tolx = S.tolx[kSimPrimal], W.tols = S.tols[kSimPrimal], W.tolpiv = S.tolpiv[kSimPrimal];
   W.harris = 0.5 * W.tolx;
   start_basis(W, S, sol, rs.data(), cs.data());
+  if (S.dupvec != 0) simplex_finddupvec(W);
   if (lu_alloc(sys, m, m, &W.f) != kLuOk) return kSimSpace;
   lu_settol(W.f, 2, S.lutolrel);
 
@@ -293,6 +294,7 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   st->initbasisrank = rank - inserted;
   if (S.hotstart == 0 && S.maxiter[kSimPrimal] >= 40) psimplex_perturb(W);
   psimplex_initweights(W);
+  psimplex_dupvecfeasible(W);
   code = simplex_primaloptimizer(W);
   if (code == kSimSpace) return code;
   // Dual values of the true costs, from fresh factors unless the run ended with a proof.

@@ -23,7 +23,8 @@ struct SimWork {
         sk(SysAllocator<int32>(s)), rejected(SysAllocator<int32>(s)), colv(SysAllocator<double>(s)),
         alpha(SysAllocator<double>(s)), rho(SysAllocator<double>(s)), vse(SysAllocator<double>(s)),
         rowa(SysAllocator<double>(s)), rowg(SysAllocator<double>(s)), que(SysAllocator<int32>(s)),
-        qscore(SysAllocator<double>(s)), refw(SysAllocator<int32>(s)) {}
+        qscore(SysAllocator<double>(s)), refw(SysAllocator<int32>(s)),
+        dupnext(SysAllocator<int32>(s)) {}
   ~SimWork() {
     if (f) lu_free(&f);
   }
@@ -58,6 +59,9 @@ struct SimWork {
   SysVector<int32> que;
   SysVector<double> qscore;
   SysVector<int32> refw; // devex reference framework flags
+  // Duplicate columns: each member links to the next of its group in a ring, -1 elsewhere;
+  // empty when the problem has none or their use is off.
+  SysVector<int32> dupnext;
 
   lu* f = nullptr;
   int32 phase = 2; // 1 while basic variables are infeasible
@@ -128,6 +132,19 @@ int32 psimplex_removeperturbation(SimWork& W);
 // Pricing: the entering index or -1.
 int32 psimplex_select(SimWork& W);
 void psimplex_initweights(SimWork& W);
+// ---- duplicate columns (simplex_dupvec.cpp) ----
+// Finds the groups of variables with equal scaled columns and costs into dupnext; returns the
+// number of variables in groups (dupnext stays empty without any).
+int32 simplex_finddupvec(SimWork& W);
+// How far the entering variable q can move in direction dir before it and the duplicates that
+// move with it all reach their bounds (its own range without duplicates).
+double psimplex_stepsize_dupcol(const SimWork& W, int32 q, int32 dir);
+// Takes a step of length theta of the group of q: the members the step passes go to their far
+// bounds; answers the member that carries the rest of the step, that rest in *own.
+int32 psimplex_dupcol_pass(SimWork& W, int32 q, int32 dir, double theta, double* own);
+// Superbasic variables with a basic duplicate go to a bound; the basic duplicate takes up the
+// difference when the basic values are next computed.
+void psimplex_dupvecfeasible(SimWork& W);
 // Weight update after a pivot on basis position r with entering q; alpha is the entering
 // column, rowa the pivot row over all indices.
 void psimplex_updateweights(SimWork& W, int32 q, int32 r, int32 leaving);
