@@ -21,6 +21,8 @@ struct SimplexTaskLog : lptask::TaskLp {
     TaskLp::SetUp();
     ASSERT_EQ(TVA_linkfunctotaskstream(task, TVA_STREAM_LOG, &log, collect), TVA_RES_OK);
     ASSERT_EQ(TVA_putintparam(task, TVA_IPAR_OPTIMIZER, TVA_OPTIMIZER_PRIMAL_SIMPLEX), TVA_RES_OK);
+    // Every run starts cold, so that repeated runs take the same path.
+    ASSERT_EQ(TVA_putintparam(task, TVA_IPAR_SIM_HOTSTART, TVA_SIM_HOTSTART_NONE), TVA_RES_OK);
   }
 };
 
