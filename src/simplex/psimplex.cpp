@@ -249,7 +249,9 @@ int32 simplex_primaloptimizer(SimWork& W) {
     }
     if (needfactor) {
       int32 inserted = 0;
-      code = simplex_refactor(W, &inserted);
+      // Factors no pivot has touched since they were made (the frame's start factors, or kept
+      // ones of a hot start) are what a refactorization would give again.
+      if (W.itersincefactor > 0 || !lu_isfactored(W.f)) code = simplex_refactor(W, &inserted);
       if (code) break;
       if (inserted > 0) {
         // Artificials in two factorizations in a row: the pivots were too weak; ask the LU

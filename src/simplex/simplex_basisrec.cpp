@@ -45,6 +45,7 @@ int32 simplex_verifybasis(SimplexBasis* b, int32 numcon, int32 numvar, const int
   *rank = 0;
   if (numcon > b->numcon) return kSimInternal;
   b->weightsok = false;
+  b->luisok = b->solvable = false;
   if (lu_setnrow(b->f, numcon) != kLuOk || lu_setncol(b->f, numcon) != kLuOk) return kSimInternal;
   b->bnumcon = numcon;
   // The head in index order; a count other than numcon can't be a nonsingular square basis.
@@ -62,6 +63,7 @@ int32 simplex_verifybasis(SimplexBasis* b, int32 numcon, int32 numvar, const int
   if (numcon == 0) {
     // Nothing to factorize; the empty factors are still usable.
     if (lu_open(b->f) != kLuOk || lu_factor(b->f) != kLuOk) return kSimInternal;
+    b->solvable = true;
     return kSimOk;
   }
   int32 st = lu_open(b->f);
@@ -83,6 +85,7 @@ int32 simplex_verifybasis(SimplexBasis* b, int32 numcon, int32 numvar, const int
     lu_invalidate(b->f);
     return kSimBasisSingular;
   }
+  b->solvable = true;
   return kSimOk;
 }
 

@@ -23,6 +23,10 @@ struct SimplexBasis {
   SysVector<int32> bas; // the head: basis position -> index (logicals first, then variables)
   lu* f = nullptr;      // factors of the basis in the head's position order
   int32 solsta = 0;     // solution status of the solution the basis came from
+  // Whose factors the LU holds: an optimizer's (of its scaled working form, for the next hot
+  // start) or the exported basis functions' (of the caller's A, to solve with).
+  bool luisok = false;
+  bool solvable = false;
   bool weightsok = false;
   SysVector<double> weights; // pricing weights per row, kept for a later start
   SysVector<double> work;    // two dense vectors of numcon entries for the solves

@@ -242,7 +242,8 @@ bool unscaled_violation(const SimWork& W, const double* rs, const double* cs) {
 }
 
 int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexLp& lp,
-          SimplexSolution* sol, SimplexProgressFunc progress, void* handle, bool* needclean) {
+          SimplexSolution* sol, SimplexProgressFunc progress, void* handle, SimplexBasis* basis,
+          bool* needclean) {
   const int32 m = lp.numcon, nv = lp.numvar;
   SimWork W(sys);
   W.set = &S, W.stat = st, W.opt = kSimPrimal;
@@ -276,9 +277,13 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   st->selectmethod = W.selmethod, st->ifmethod = W.ifmethod;
 
   if (S.hotstart == 0 && S.crash) st->crashed = simplex_crash(W);
-  int32 inserted = 0;
-  int32 code = simplex_refactor(W, &inserted);
-  if (code) return code;
+  int32 inserted = 0, code = kSimOk;
+  if (S.hotstart != 0 && S.hotstartlu && simplex_verifylu(W, basis)) {
+    st->hotstartlu = 1; // the kept factors of this very basis stand in for a factorization
+  } else {
+    code = simplex_refactor(W, &inserted);
+    if (code) return code;
+  }
   // A start from keys that the factorization had to repair much is replaced by a crash.
   if (S.hotstart != 0 && 2 * inserted > m) {
     for (int32 k = 0; k < W.n; ++k)
@@ -318,6 +323,7 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   *needclean = st->solsta == TVA_SOL_STA_OPTIMAL && S.scaling != 1 &&
                unscaled_violation(W, rs.data(), cs.data());
   extract(W, lp, rs.data(), cs.data(), st, sol);
+  simplex_updatebasis(W, basis, code);
   return code;
 }
 
@@ -325,7 +331,7 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
 
 int32 simplex_optimize(sysenv* sys, const SimplexSettings& settings, SimplexStat* stat,
                        const SimplexLp& lp, SimplexSolution* sol, SimplexProgressFunc progress,
-                       void* handle) {
+                       void* handle, SimplexBasis* basis) {
   stat->prosta = TVA_PRO_STA_UNKNOWN;
   stat->solsta = TVA_SOL_STA_UNKNOWN;
   int32 code = kSimOk;
@@ -335,7 +341,8 @@ int32 simplex_optimize(sysenv* sys, const SimplexSettings& settings, SimplexStat
   if (progress && progress(handle, &pr)) code = kSimUserCallback;
   try {
     bool needclean = false;
-    if (code == kSimOk) code = run(sys, settings, stat, lp, sol, progress, handle, &needclean);
+    if (code == kSimOk)
+      code = run(sys, settings, stat, lp, sol, progress, handle, basis, &needclean);
     if (code == kSimOk && needclean) {
       // Clean-up on the unscaled problem from the basis just found.
       SysAllocator<int32> ai(sys);
@@ -350,7 +357,7 @@ int32 simplex_optimize(sysenv* sys, const SimplexSettings& settings, SimplexStat
       SimplexSettings clean = settings;
       clean.scaling = 1, clean.hotstart = 1, clean.crash = 0;
       stat->cleanpasses++;
-      code = run(sys, clean, stat, lp, &s2, progress, handle, &needclean);
+      code = run(sys, clean, stat, lp, &s2, progress, handle, basis, &needclean);
       sol->pobj = s2.pobj;
     }
   } catch (const std::bad_alloc&) {

@@ -6,6 +6,7 @@
 
 #include "cpub/sysalloc.h"
 #include "simplex/simplex.h"
+#include "simplex/simplex_basisrec.h"
 #include "telva/report.h"
 #include "telva/solution.h"
 #include "telva/store.h"
@@ -76,11 +77,17 @@ TVArescode simplex_task_optimize(TvaTask* task) {
     answer.slx = slot->slx;
     answer.sux = slot->sux;
 
+    // The task's basis record keeps the final basis and its LU for the next hot start.
+    if (task->basis && task->basis->numcon != task->numcon) simplex_deletebasis(&task->basis);
+    if (!task->basis &&
+        simplex_makebasis(task->sys, task->numcon, settings.lutolrel, &task->basis) != kSimOk)
+      return TVA_REP(task, ERR_SPACE);
+
     SimplexStat stat;
     SimplexRoute route;
     simplex_route_begin(&route, task);
-    int32 code =
-        simplex_optimize(task->sys, settings, &stat, lp, &answer, simplex_route_progress, &route);
+    int32 code = simplex_optimize(task->sys, settings, &stat, lp, &answer, simplex_route_progress,
+                                  &route, task->basis);
     sol_setstatus(task, TVA_SOL_BAS, stat.prosta, stat.solsta);
     simplex_route_end(&route, stat, settings.hotstart);
     task->dinf[TVA_DINF_SIM_OBJ] = answer.pobj;

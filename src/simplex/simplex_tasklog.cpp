@@ -47,7 +47,7 @@ void simplex_route_begin(SimplexRoute* route, TvaTask* task) {
        {TVA_IINF_SIM_PRIMAL_ITER, TVA_IINF_SIM_DUAL_ITER, TVA_IINF_SIM_PRIMAL_DUAL_ITER,
         TVA_IINF_SIM_PRIMAL_DEG_ITER, TVA_IINF_SIM_DUAL_DEG_ITER, TVA_IINF_SIM_PRIMAL_DUAL_DEG_ITER,
         TVA_IINF_SIM_PRIMAL_INF_ITER, TVA_IINF_SIM_DUAL_INF_ITER, TVA_IINF_SIM_PRIMAL_DUAL_INF_ITER,
-        TVA_IINF_SIM_SOLVE_DUAL})
+        TVA_IINF_SIM_SOLVE_DUAL, TVA_IINF_SIM_PRIMAL_HOTSTART_LU})
     task->iinf[item] = 0;
   for (int32 item : {TVA_DINF_SIM_TIME, TVA_DINF_SIM_PRIMAL_TIME, TVA_DINF_SIM_DUAL_TIME,
                      TVA_DINF_SIM_PRIMAL_DUAL_TIME, TVA_DINF_SIM_OBJ, TVA_DINF_SIM_FEAS})
@@ -105,6 +105,7 @@ void simplex_route_end(SimplexRoute* route, const SimplexStat& stat, int32 hotst
   task->iinf[TVA_IINF_SIM_PRIMAL_HOTSTART] = hot;
   task->iinf[TVA_IINF_SIM_DUAL_HOTSTART] = hot;
   task->iinf[TVA_IINF_SIM_PRIMAL_DUAL_HOTSTART] = hot;
+  task->iinf[TVA_IINF_SIM_PRIMAL_HOTSTART_LU] = stat.hotstartlu;
 }
 
 } // namespace telva

@@ -9,6 +9,7 @@
 #include "cpub/sysalloc.h"
 #include "lu/lu.h"
 #include "simplex/simplex.h"
+#include "simplex/simplex_basisrec.h"
 
 namespace telva {
 
@@ -124,6 +125,15 @@ void simplex_setnonbasic(SimWork& W, int32 k, double value);
 int32 simplex_crash(SimWork& W);
 // Builds the row-wise twin of the scaled matrix.
 void simplex_updateacolt(SimWork& W);
+
+// ---- the LU kept for the next hot start (simplex_hotlu.cpp) ----
+// Whether the LU an earlier run left in the record fits this start: the same basic indices,
+// and the factors solve the current working matrix. When they do, the LU moves into W with
+// the record's head order, and the answer is true.
+bool simplex_verifylu(SimWork& W, SimplexBasis* b);
+// Moves the final head and LU into the record when the run's code is one to start from
+// (0, 4, 5, 7, 15) and the LU is factorized; otherwise the record's LU is marked unusable.
+void simplex_updatebasis(SimWork& W, SimplexBasis* b, int32 code);
 
 // ---- the primal simplex (psimplex*.cpp) ----
 int32 simplex_primaloptimizer(SimWork& W);

@@ -105,7 +105,9 @@ TVAAPI TVArescode TVA_solvewithbasis(TVAtask_t task, TVAint32t transp, TVAint32t
     const int32 m = task->numcon;
     SimplexBasis* b = task->basis;
     if (b && b->bnumcon != m) return TVA_REP(task, ERR_BASIS, b->bnumcon, m);
-    if (!b || !lu_isfactored(b->f) || lu_nrow(b->f) != m) return TVA_REP(task, ERR_BASIS_FACTOR);
+    // Factors an optimizer left for its next start belong to its own scaled form, not to A.
+    if (!b || !b->solvable || !lu_isfactored(b->f) || lu_nrow(b->f) != m)
+      return TVA_REP(task, ERR_BASIS_FACTOR);
     if (!numnz) return TVA_REP(task, ERR_NULL_POINTER, "numnz");
     const int32 nz = *numnz;
     if (nz < 0) return TVA_REP(task, ERR_ARG_IS_TOO_SMALL, nz, "numnz");
