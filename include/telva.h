@@ -2051,6 +2051,21 @@ TVAAPI TVArescode TVA_readsummary(TVAtask_t task, TVAint32t whichstream);
 
 /* ---- Linear algebra: LU factorization and basis ------------------------------ */
 
+/* Factorizes the basis of the basic solution's status keys and keeps it with the task.
+   basis (may be null) receives its numcon indices: i below numcon is the logical of row i,
+   numcon + j is variable j. TVA_RES_ERR_NO_BASIS_SOL without a basic solution,
+   TVA_RES_ERR_BASIS_SINGULAR when the basis is singular. */
+TVAAPI TVArescode TVA_initbasissolve(TVAtask_t task, TVAint32t* basis);
+/* Solves B x = b, or B' x = b when transp is not 0, with the basis of the last
+   TVA_initbasissolve. val is dense (numcon entries) and sub lists the *numnz positions of its
+   nonzeros, on entry and on exit. The logical of a row counts as the column -e_i, or as +e_i
+   with TVA_IPAR_BASIS_SOLVE_USE_PLUS_ONE on. */
+TVAAPI TVArescode TVA_solvewithbasis(TVAtask_t task, TVAint32t transp, TVAint32t* numnz,
+                                     TVAint32t* sub, double* val);
+/* Factorizes as TVA_initbasissolve and gives the 1-norm of the basis and an estimate of the
+   1-norm of its inverse. */
+TVAAPI TVArescode TVA_basiscond(TVAtask_t task, double* nrmbasis, double* nrminvbasis);
+
 #ifdef __cplusplus
 }
 #endif

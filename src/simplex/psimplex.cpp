@@ -85,9 +85,8 @@ Step psimplex_stepsize(SimWork& W, int32 q, int32 dir) {
     s.theta = std::max(besttight, 0.0);
     s.shift = besttight < 0.0;
   }
-  double range = kSimInf;
-  if (dir > 0 && !sim_isinf(W.ub[q])) range = W.ub[q] - W.x[q];
-  if (dir < 0 && !sim_isinf(W.lb[q])) range = W.x[q] - W.lb[q];
+  // The entering variable's range, together with that of its duplicates that move with it.
+  double range = psimplex_stepsize_dupcol(W, q, dir);
   if (range < kSimInf && (s.r < 0 || range <= s.theta + 1e-12)) {
     s.r = -1, s.flip = true, s.theta = std::max(range, 0.0);
   }
@@ -250,7 +249,9 @@ int32 simplex_primaloptimizer(SimWork& W) {
     }
     if (needfactor) {
       int32 inserted = 0;
-      code = simplex_refactor(W, &inserted);
+      // Factors no pivot has touched since they were made (the frame's start factors, or kept
+      // ones of a hot start) are what a refactorization would give again.
+      if (W.itersincefactor > 0 || !lu_isfactored(W.f)) code = simplex_refactor(W, &inserted);
       if (code) break;
       if (inserted > 0) {
         // Artificials in two factorizations in a row: the pivots were too weak; ask the LU
@@ -363,8 +364,10 @@ int32 simplex_primaloptimizer(SimWork& W) {
     }
     // The primal step.
     const double theta = s.theta;
+    double own = theta;
+    q = psimplex_dupcol_pass(W, q, dir, theta, &own);
     if (theta != 0.0) {
-      W.x[q] += dir * theta;
+      W.x[q] += dir * own;
       for (int32 p = 0; p < m; ++p)
         if (W.alpha[p] != 0.0) W.x[W.head[p]] -= dir * theta * W.alpha[p];
     }

@@ -14,6 +14,8 @@ struct TvaTask;
 
 namespace telva {
 
+struct SimplexBasis;
+
 constexpr double kSimInf = 1e30;
 
 // Internal answer codes of a run; the driver maps them to response codes.
@@ -36,6 +38,7 @@ enum SimplexOptimizer : int32 { kSimFree = 0, kSimPrimal = 1, kSimDual = 2, kSim
 struct SimplexSettings {
   int32 optimizer = kSimFree;
   int32 hotstart = 0;   // 0 none, 4 primal feasible, 5 dual feasible, 6 other, 1 between passes
+  int32 hotstartlu = 0; // a hot start may reuse the LU kept in the basis record
   int32 degen = 1;      // 0 none, 1 free, 2 aggressive, 3 moderate, 4 minimum
   int32 scaling = 0;    // 0 free, 1 none, 3 moderate, 4 aggressive
   int32 scalmethod = 0; // 0 powers of two, 1 free
@@ -88,6 +91,7 @@ struct SimplexStat {
   int32 artificials = 0;
   int32 crashed = 0;     // variables the crash made basic
   int32 cleanpasses = 0; // passes on the unscaled problem after a scaled optimum
+  int32 hotstartlu = 0;  // the start reused the LU of the basis record
   int32 rndstate = 1;    // state of the generator below
 };
 
@@ -151,10 +155,13 @@ struct SimplexSolution {
 };
 
 // Solves the problem; the internal code is returned and kept in stat->code, with the problem
-// and solution status beside it.
+// and solution status beside it. With a basis record, the final basis and its LU are kept in
+// it when the run ends in a state worth starting from, and a hot start with
+// settings.hotstartlu reuses the LU found there once it has been checked against the problem.
 int32 simplex_optimize(sysenv* sys, const SimplexSettings& settings, SimplexStat* stat,
                        const SimplexLp& lp, SimplexSolution* sol,
-                       SimplexProgressFunc progress = nullptr, void* handle = nullptr);
+                       SimplexProgressFunc progress = nullptr, void* handle = nullptr,
+                       SimplexBasis* basis = nullptr);
 
 // The pricing rule of the primal at its start: select_method (1 partial, 2 full, 3 ase, 4 se,
 // 5 devex, 6..9 their restricted forms, 10 partial with the weights of if_method) and

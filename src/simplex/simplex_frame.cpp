@@ -242,17 +242,13 @@ bool unscaled_violation(const SimWork& W, const double* rs, const double* cs) {
 }
 
 int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexLp& lp,
-          SimplexSolution* sol, SimplexProgressFunc progress, void* handle, bool* needclean) {
+          SimplexSolution* sol, SimplexProgressFunc progress, void* handle, SimplexBasis* basis,
+          bool* needclean) {
   const int32 m = lp.numcon, nv = lp.numvar;
   SimWork W(sys);
   W.set = &S, W.stat = st, W.opt = kSimPrimal;
   W.progress = progress, W.handle = handle, W.maximize = lp.maximize != 0, W.cfix = lp.cfix;
   W.t0 = std::chrono::steady_clock::now();
-  if (progress) {
-    SimplexProgress pr;
-    pr.event = 40;
-    if (progress(handle, &pr)) return kSimUserCallback;
-  }
   if (crossed_bounds(lp, st, sol)) return kSimOk;
   if (m < 1) {
     solve_norows(lp, st, sol);
@@ -265,6 +261,7 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   W.tolx = S.tolx[kSimPrimal], W.tols = S.tols[kSimPrimal], W.tolpiv = S.tolpiv[kSimPrimal];
   W.harris = 0.5 * W.tolx;
   start_basis(W, S, sol, rs.data(), cs.data());
+  if (S.dupvec != 0) simplex_finddupvec(W);
   if (lu_alloc(sys, m, m, &W.f) != kLuOk) return kSimSpace;
   lu_settol(W.f, 2, S.lutolrel);
 
@@ -280,9 +277,13 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   st->selectmethod = W.selmethod, st->ifmethod = W.ifmethod;
 
   if (S.hotstart == 0 && S.crash) st->crashed = simplex_crash(W);
-  int32 inserted = 0;
-  int32 code = simplex_refactor(W, &inserted);
-  if (code) return code;
+  int32 inserted = 0, code = kSimOk;
+  if (S.hotstart != 0 && S.hotstartlu && simplex_verifylu(W, basis)) {
+    st->hotstartlu = 1; // the kept factors of this very basis stand in for a factorization
+  } else {
+    code = simplex_refactor(W, &inserted);
+    if (code) return code;
+  }
   // A start from keys that the factorization had to repair much is replaced by a crash.
   if (S.hotstart != 0 && 2 * inserted > m) {
     for (int32 k = 0; k < W.n; ++k)
@@ -298,6 +299,7 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   st->initbasisrank = rank - inserted;
   if (S.hotstart == 0 && S.maxiter[kSimPrimal] >= 40) psimplex_perturb(W);
   psimplex_initweights(W);
+  psimplex_dupvecfeasible(W);
   code = simplex_primaloptimizer(W);
   if (code == kSimSpace) return code;
   // Dual values of the true costs, from fresh factors unless the run ended with a proof.
@@ -321,13 +323,7 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   *needclean = st->solsta == TVA_SOL_STA_OPTIMAL && S.scaling != 1 &&
                unscaled_violation(W, rs.data(), cs.data());
   extract(W, lp, rs.data(), cs.data(), st, sol);
-  if (progress) {
-    SimplexProgress pr;
-    pr.event = 41;
-    pr.iter = st->iter[kSimPrimal];
-    pr.pobj = sol->pobj;
-    progress(handle, &pr);
-  }
+  simplex_updatebasis(W, basis, code);
   return code;
 }
 
@@ -335,13 +331,18 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
 
 int32 simplex_optimize(sysenv* sys, const SimplexSettings& settings, SimplexStat* stat,
                        const SimplexLp& lp, SimplexSolution* sol, SimplexProgressFunc progress,
-                       void* handle) {
+                       void* handle, SimplexBasis* basis) {
   stat->prosta = TVA_PRO_STA_UNKNOWN;
   stat->solsta = TVA_SOL_STA_UNKNOWN;
-  int32 code;
+  int32 code = kSimOk;
+  // The started and terminated events frame the whole call, clean-up pass included.
+  SimplexProgress pr;
+  pr.event = 40;
+  if (progress && progress(handle, &pr)) code = kSimUserCallback;
   try {
     bool needclean = false;
-    code = run(sys, settings, stat, lp, sol, progress, handle, &needclean);
+    if (code == kSimOk)
+      code = run(sys, settings, stat, lp, sol, progress, handle, basis, &needclean);
     if (code == kSimOk && needclean) {
       // Clean-up on the unscaled problem from the basis just found.
       SysAllocator<int32> ai(sys);
@@ -356,13 +357,19 @@ int32 simplex_optimize(sysenv* sys, const SimplexSettings& settings, SimplexStat
       SimplexSettings clean = settings;
       clean.scaling = 1, clean.hotstart = 1, clean.crash = 0;
       stat->cleanpasses++;
-      code = run(sys, clean, stat, lp, &s2, progress, handle, &needclean);
+      code = run(sys, clean, stat, lp, &s2, progress, handle, basis, &needclean);
       sol->pobj = s2.pobj;
     }
   } catch (const std::bad_alloc&) {
     code = kSimSpace;
   }
   stat->code = code;
+  if (progress) {
+    pr.event = 41;
+    pr.iter = stat->iter[kSimPrimal] + stat->iter[kSimDual] + stat->iter[kSimPrimalDual];
+    pr.pobj = sol->pobj;
+    progress(handle, &pr);
+  }
   return code;
 }
 

@@ -92,6 +92,7 @@ void simplex_settings_fromtask(const TvaTask* task, SimplexSettings* s) {
     s->maxtime[k] = dp[TVA_DPAR_OPTIMIZER_MAX_TIME];
   }
   s->lutolrel = dp[TVA_DPAR_SIM_LU_TOL_REL_PIV];
+  s->hotstartlu = ip[TVA_IPAR_SIM_HOTSTART_LU] == TVA_ON ? 1 : 0;
   s->deblev = 0;
 }
 

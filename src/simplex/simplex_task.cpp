@@ -6,17 +6,16 @@
 
 #include "cpub/sysalloc.h"
 #include "simplex/simplex.h"
+#include "simplex/simplex_basisrec.h"
 #include "telva/report.h"
 #include "telva/solution.h"
 #include "telva/store.h"
 
 namespace telva {
 
-namespace {
-
 // The columns of A in one compressed array, read through the store.
-TVArescode gather_columns(TvaTask* task, SysVector<int32>& ptr, SysVector<int32>& sub,
-                          SysVector<double>& val) {
+TVArescode simplex_task_columns(TvaTask* task, SysVector<int32>& ptr, SysVector<int32>& sub,
+                                SysVector<double>& val) {
   const int32 n = task->numvar;
   ptr.assign(static_cast<size_t>(n) + 1, 0);
   for (int32 j = 0; j < n; ++j) {
@@ -35,15 +34,13 @@ TVArescode gather_columns(TvaTask* task, SysVector<int32>& ptr, SysVector<int32>
   return TVA_RES_OK;
 }
 
-} // namespace
-
 TVArescode simplex_task_optimize(TvaTask* task) {
   SysAllocator<int32> ia(task->sys);
   SysAllocator<double> da(task->sys);
   try {
     SysVector<int32> ptr(ia), sub(ia);
     SysVector<double> val(da);
-    TVArescode r = gather_columns(task, ptr, sub, val);
+    TVArescode r = simplex_task_columns(task, ptr, sub, val);
     if (r != TVA_RES_OK) return r;
 
     const ProblemStore& s = task->store;
@@ -80,13 +77,19 @@ TVArescode simplex_task_optimize(TvaTask* task) {
     answer.slx = slot->slx;
     answer.sux = slot->sux;
 
+    // The task's basis record keeps the final basis and its LU for the next hot start.
+    if (task->basis && task->basis->numcon != task->numcon) simplex_deletebasis(&task->basis);
+    if (!task->basis &&
+        simplex_makebasis(task->sys, task->numcon, settings.lutolrel, &task->basis) != kSimOk)
+      return TVA_REP(task, ERR_SPACE);
+
     SimplexStat stat;
-    int32 code = simplex_optimize(task->sys, settings, &stat, lp, &answer);
+    SimplexRoute route;
+    simplex_route_begin(&route, task);
+    int32 code = simplex_optimize(task->sys, settings, &stat, lp, &answer, simplex_route_progress,
+                                  &route, task->basis);
     sol_setstatus(task, TVA_SOL_BAS, stat.prosta, stat.solsta);
-    task->iinf[TVA_IINF_SIM_PRIMAL_ITER] =
-        stat.iter[0] + stat.iter[1] + stat.iter[2] + stat.iter[3];
-    task->iinf[TVA_IINF_SIM_NUMCON] = task->numcon;
-    task->iinf[TVA_IINF_SIM_NUMVAR] = task->numvar;
+    simplex_route_end(&route, stat, settings.hotstart);
     task->dinf[TVA_DINF_SIM_OBJ] = answer.pobj;
     TVArescode rc = simplex_rescode(code);
     if (rc == TVA_RES_ERR_SPACE) return TVA_REP(task, ERR_SPACE);

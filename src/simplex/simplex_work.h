@@ -9,6 +9,7 @@
 #include "cpub/sysalloc.h"
 #include "lu/lu.h"
 #include "simplex/simplex.h"
+#include "simplex/simplex_basisrec.h"
 
 namespace telva {
 
@@ -23,7 +24,8 @@ struct SimWork {
         sk(SysAllocator<int32>(s)), rejected(SysAllocator<int32>(s)), colv(SysAllocator<double>(s)),
         alpha(SysAllocator<double>(s)), rho(SysAllocator<double>(s)), vse(SysAllocator<double>(s)),
         rowa(SysAllocator<double>(s)), rowg(SysAllocator<double>(s)), que(SysAllocator<int32>(s)),
-        qscore(SysAllocator<double>(s)), refw(SysAllocator<int32>(s)) {}
+        qscore(SysAllocator<double>(s)), refw(SysAllocator<int32>(s)),
+        dupnext(SysAllocator<int32>(s)) {}
   ~SimWork() {
     if (f) lu_free(&f);
   }
@@ -58,6 +60,9 @@ struct SimWork {
   SysVector<int32> que;
   SysVector<double> qscore;
   SysVector<int32> refw; // devex reference framework flags
+  // Duplicate columns: each member links to the next of its group in a ring, -1 elsewhere;
+  // empty when the problem has none or their use is off.
+  SysVector<int32> dupnext;
 
   lu* f = nullptr;
   int32 phase = 2; // 1 while basic variables are infeasible
@@ -121,6 +126,15 @@ int32 simplex_crash(SimWork& W);
 // Builds the row-wise twin of the scaled matrix.
 void simplex_updateacolt(SimWork& W);
 
+// ---- the LU kept for the next hot start (simplex_hotlu.cpp) ----
+// Whether the LU an earlier run left in the record fits this start: the same basic indices,
+// and the factors solve the current working matrix. When they do, the LU moves into W with
+// the record's head order, and the answer is true.
+bool simplex_verifylu(SimWork& W, SimplexBasis* b);
+// Moves the final head and LU into the record when the run's code is one to start from
+// (0, 4, 5, 7, 15) and the LU is factorized; otherwise the record's LU is marked unusable.
+void simplex_updatebasis(SimWork& W, SimplexBasis* b, int32 code);
+
 // ---- the primal simplex (psimplex*.cpp) ----
 int32 simplex_primaloptimizer(SimWork& W);
 // Back to the true bounds after perturbation and bound shifts (basic values to recompute).
@@ -128,6 +142,19 @@ int32 psimplex_removeperturbation(SimWork& W);
 // Pricing: the entering index or -1.
 int32 psimplex_select(SimWork& W);
 void psimplex_initweights(SimWork& W);
+// ---- duplicate columns (simplex_dupvec.cpp) ----
+// Finds the groups of variables with equal scaled columns and costs into dupnext; returns the
+// number of variables in groups (dupnext stays empty without any).
+int32 simplex_finddupvec(SimWork& W);
+// How far the entering variable q can move in direction dir before it and the duplicates that
+// move with it all reach their bounds (its own range without duplicates).
+double psimplex_stepsize_dupcol(const SimWork& W, int32 q, int32 dir);
+// Takes a step of length theta of the group of q: the members the step passes go to their far
+// bounds; answers the member that carries the rest of the step, that rest in *own.
+int32 psimplex_dupcol_pass(SimWork& W, int32 q, int32 dir, double theta, double* own);
+// Superbasic variables with a basic duplicate go to a bound; the basic duplicate takes up the
+// difference when the basic values are next computed.
+void psimplex_dupvecfeasible(SimWork& W);
 // Weight update after a pivot on basis position r with entering q; alpha is the entering
 // column, rowa the pivot row over all indices.
 void psimplex_updateweights(SimWork& W, int32 q, int32 r, int32 leaving);

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "cpub/syspool.h"
+#include "simplex/simplex_basisrec.h"
 
 using namespace telva;
 
@@ -126,6 +127,7 @@ TVAAPI TVArescode TVA_deletetask(TVAtask_t* ptask) {
   sysenv* sys = task->sys;
 
   clear_problem(task);
+  simplex_deletebasis(&task->basis);
   TVA_SYS_FREE(sys, task->taskname);
   streamblock_flush_all(&task->streams);
   streamblock_unlink_files(&task->streams);

@@ -13,6 +13,7 @@
 #include "telva/streamblock.h"
 
 namespace telva {
+struct SimplexBasis;
 struct TvaThreadPool;
 struct telvabuf;
 struct utf8bld;
@@ -38,6 +39,8 @@ struct TvaTask {
   telva::int64 maxnumanz = 0, maxnumqnz = 0;
   telva::ProblemStore store; // everything else of the problem
   telva::SolutionStore sols; // the three solution slots
+  // The basis record of the exported basis functions, made on first use.
+  telva::SimplexBasis* basis = nullptr;
 
   telva::int32 iparam[telva::kNumIpar] = {0};
   double dparam[telva::kNumDpar] = {0};

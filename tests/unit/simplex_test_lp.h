@@ -91,9 +91,10 @@ inline telva::SimplexSettings tight_settings() {
   return s;
 }
 
-// Solves; with start given, its keys and values are the hot start.
+// Solves; with start given, its keys and values are the hot start; basis is the record that
+// keeps the final LU for the next start.
 inline Result solve(telva::sysenv* sys, const Lp& lp, const telva::SimplexSettings& s,
-                    const Result* start = nullptr) {
+                    const Result* start = nullptr, telva::SimplexBasis* basis = nullptr) {
   Result r;
   r.skc.assign(lp.m, 0), r.skx.assign(lp.n, 0);
   r.xc.assign(lp.m, 0.0), r.xx.assign(lp.n, 0.0), r.y.assign(lp.m, 0.0);
@@ -105,7 +106,7 @@ inline Result solve(telva::sysenv* sys, const Lp& lp, const telva::SimplexSettin
   sol.y = r.y.data(), sol.slc = r.slc.data(), sol.suc = r.suc.data();
   sol.slx = r.slx.data(), sol.sux = r.sux.data();
   telva::SimplexLp v = lp.view();
-  r.code = telva::simplex_optimize(sys, s, &r.stat, v, &sol);
+  r.code = telva::simplex_optimize(sys, s, &r.stat, v, &sol, nullptr, nullptr, basis);
   r.pobj = sol.pobj;
   return r;
 }
