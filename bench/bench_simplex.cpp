@@ -96,6 +96,7 @@ struct Run {
   double obj = 0.0;
   int32_t iter = 0;
   double secs = 0.0;
+  double pviol = 0.0, dviol = 0.0; // largest primal and dual violation of the basic solution
 };
 
 TVAtask_t load(TVAenv_t env, const Options& o, const std::string& name, TVArescode* r) {
@@ -121,6 +122,10 @@ Run solve(TVAtask_t task) {
   TVA_getintinf(task, TVA_IINF_SIM_PRIMAL_ITER, &ip);
   TVA_getintinf(task, TVA_IINF_SIM_DUAL_ITER, &id);
   run.iter = ip + id;
+  double pc = 0, pv = 0, dc = 0, dv = 0;
+  if (TVA_getsolutioninfo(task, TVA_SOL_BAS, nullptr, &pc, &pv, nullptr, nullptr, nullptr, nullptr,
+                          &dc, &dv, nullptr, nullptr) == TVA_RES_OK)
+    run.pviol = std::max(pc, pv), run.dviol = std::max(dc, dv);
   return run;
 }
 
@@ -155,8 +160,8 @@ double shifted_geomean(const std::vector<double>& v, double shift) {
 
 int bench_solve(TVAenv_t env, const Options& o, const std::map<std::string, Ref>& refs) {
   std::printf("optimizer %s, data %s\n", o.optname, o.dir.c_str());
-  std::printf("%-10s %6s %6s %-8s %20s %9s %8s %9s\n", "name", "rows", "cols", "status",
-              "objective", "relerr", "iter", "time(s)");
+  std::printf("%-10s %6s %6s %-8s %20s %9s %8s %9s %8s %8s\n", "name", "rows", "cols", "status",
+              "objective", "relerr", "iter", "time(s)", "pviol", "dviol");
   int32_t total = 0, nopt = 0, n6 = 0, n8 = 0, ninf = 0, ninfok = 0;
   std::vector<double> times, iters;
   for (const std::string& name : o.names) {
@@ -188,8 +193,8 @@ int bench_solve(TVAenv_t env, const Options& o, const std::map<std::string, Ref>
     }
     times.push_back(run.secs);
     iters.push_back(run.iter);
-    std::printf("%-10s %6d %6d %-8s %20.10e %9s %8d %9.3f\n", name.c_str(), m, n, status_text(run),
-                run.obj, err, run.iter, run.secs);
+    std::printf("%-10s %6d %6d %-8s %20.10e %9s %8d %9.3f %8.1e %8.1e\n", name.c_str(), m, n,
+                status_text(run), run.obj, err, run.iter, run.secs, run.pviol, run.dviol);
     std::fflush(stdout);
     TVA_deletetask(&task);
   }

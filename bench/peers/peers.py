@@ -207,7 +207,7 @@ def read_ours(path):
     out = {}
     for line in open(path):
         t = line.split()
-        if len(t) == 8 and re.match(r"^-?\d", t[4]) and t[6].isdigit():
+        if len(t) >= 8 and re.match(r"^-?\d", t[4]) and t[6].isdigit():
             out[t[0]] = (t[3], float(t[4]), int(t[6]), float(t[7]))
     return out
 

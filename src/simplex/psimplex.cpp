@@ -234,6 +234,13 @@ int32 simplex_primaloptimizer(SimWork& W) {
   bool needfactor = true, needduals = true;
   bool verified = false;
   int32 laststable = 0;
+  // The end is polished with a dual tolerance 100 times tighter than the caller's: reduced
+  // costs of the wrong sign just within the caller's tolerance, times large primal values,
+  // can leave the objective off by more than the tolerances suggest. The polish gets a
+  // bounded number of iterations, then the caller's tolerance decides.
+  const double tolsuser = W.tols;
+  bool polished = false;
+  int32 polishstart = 0;
   st->prosta = TVA_PRO_STA_UNKNOWN;
   st->solsta = TVA_SOL_STA_UNKNOWN;
   if (report(W, 44)) return kSimUserCallback;
@@ -282,6 +289,8 @@ int32 simplex_primaloptimizer(SimWork& W) {
         break;
       }
     }
+    if (polished && W.tols < tolsuser && st->iter[o] - polishstart > std::max(1000, m))
+      W.tols = tolsuser;
     int32 q = psimplex_select(W);
     int32 forcedir = 0;
     if (q < 0 && W.phase == 2) {
@@ -304,6 +313,12 @@ int32 simplex_primaloptimizer(SimWork& W) {
         verified = true;
         needfactor = true;
         continue;
+      }
+      if (W.phase == 2 && !polished) {
+        polished = true;
+        polishstart = st->iter[o];
+        W.tols = std::max(0.01 * tolsuser, 1e-12);
+        continue; // factors still fresh: no candidate at the tight tolerance ends the run
       }
       if (W.phase == 1) {
         st->prosta = TVA_PRO_STA_PRIM_INFEAS;
@@ -423,6 +438,7 @@ int32 simplex_primaloptimizer(SimWork& W) {
     if (S.refactorfreq[o] > 0 && W.itersincefactor >= S.refactorfreq[o]) needfactor = true;
   }
   clear_work(W);
+  W.tols = tolsuser;
   if (report(W, 49) && code == kSimOk) code = kSimUserCallback;
   return code;
 }
