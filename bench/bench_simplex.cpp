@@ -3,7 +3,11 @@
 // objective, relative error against the reference of solutions.csv, iterations and time; the
 // counts of correct answers and the geometric means close the table.
 //
-//   bench_simplex [--optimizer primal|dual|free] [--time-limit S] [--hotstart] DATA_DIR [names...]
+//   bench_simplex [--optimizer primal|dual|free] [--time-limit S] [--hotstart]
+//                 [--param NAME=VALUE ...] DATA_DIR [names...]
+//
+// --param sets any parameter by name (TVA_putparam), e.g. TVA_IPAR_SIM_PRIMAL_SELECTION=
+// TVA_SIM_SELECTION_DEVEX, to compare settings on the same files.
 //
 // DATA_DIR holds NAME.mps.gz files and a solutions.csv with the columns name and
 // optimal_objective (alt_objective preferred when present) or status (infeasible).
@@ -86,6 +90,7 @@ struct Options {
   const char* optname = "primal";
   double timelimit = -1.0;
   bool hotstart = false;
+  std::vector<std::pair<std::string, std::string>> params;
   std::string dir;
   std::vector<std::string> names;
 };
@@ -107,6 +112,9 @@ TVAtask_t load(TVAenv_t env, const Options& o, const std::string& name, TVAresco
   TVA_putintparam(task, TVA_IPAR_READ_MPS_FORMAT, TVA_MPS_FORMAT_STRICT);
   TVA_putintparam(task, TVA_IPAR_OPTIMIZER, o.optimizer);
   if (o.timelimit > 0.0) TVA_putdouparam(task, TVA_DPAR_OPTIMIZER_MAX_TIME, o.timelimit);
+  for (const auto& [name, value] : o.params)
+    if (TVA_putparam(task, name.c_str(), value.c_str()) != TVA_RES_OK)
+      std::fprintf(stderr, "parameter %s=%s refused\n", name.c_str(), value.c_str());
   *r = TVA_readdata(task, (o.dir + "/" + name + ".mps.gz").c_str());
   return task;
 }
@@ -296,7 +304,7 @@ int bench_hotstart(TVAenv_t env, const Options& o) {
 
 int usage() {
   std::fprintf(stderr, "usage: bench_simplex [--optimizer primal|dual|free] [--time-limit S] "
-                       "[--hotstart] DATA_DIR [names...]\n");
+                       "[--hotstart] [--param NAME=VALUE] DATA_DIR [names...]\n");
   return 2;
 }
 
@@ -319,6 +327,11 @@ int main(int argc, char** argv) {
         return usage();
     } else if (opt == "--time-limit" && a + 1 < argc) {
       o.timelimit = std::atof(argv[++a]);
+    } else if (opt == "--param" && a + 1 < argc) {
+      std::string kv = argv[++a];
+      size_t eq = kv.find('=');
+      if (eq == std::string::npos) return usage();
+      o.params.emplace_back(kv.substr(0, eq), kv.substr(eq + 1));
     } else if (opt == "--hotstart") {
       o.hotstart = true;
     } else {
