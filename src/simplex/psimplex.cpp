@@ -450,7 +450,10 @@ int32 simplex_primaloptimizer(SimWork& W) {
     W.head[r] = q;
     W.pos[q] = r;
     W.pos[l] = -1;
-    if (phase1update) simplex_basicinfeas(W, &W.suminf, &W.numinf);
+    if (phase1update) {
+      simplex_basicinfeas(W, &W.suminf, &W.numinf);
+      if (W.numinf == 0) needduals = true; // feasible: phase two's costs take over
+    }
     W.sk[q] = TVA_SK_BAS;
     W.sk[l] = W.lb[l] == W.ub[l] ? TVA_SK_FIX : (s.tolower ? TVA_SK_LOW : TVA_SK_UPR);
     int32 ust;
