@@ -175,12 +175,18 @@ def run_clp(path, tlim):
 
 
 def run_glpk(path, tlim):
-    cmd = ["glpsol", "--mps", path, "--nopresol", "--dual", "--min"]
-    if tlim > 0:
-        cmd += ["--tmlim", str(int(max(1, tlim)))]
-    t0 = time.perf_counter()
-    out = subprocess.run(cmd, capture_output=True, text=True).stdout
-    secs = time.perf_counter() - t0
+    out, secs = "", 0.0
+    # Fixed format first (names with blanks need it); the files that are not in fixed columns
+    # (the qap ones) are read in free format.
+    for fmt in ("--mps", "--freemps"):
+        cmd = ["glpsol", fmt, path, "--nopresol", "--dual", "--min"]
+        if tlim > 0:
+            cmd += ["--tmlim", str(int(max(1, tlim)))]
+        t0 = time.perf_counter()
+        out = subprocess.run(cmd, capture_output=True, text=True).stdout
+        secs = time.perf_counter() - t0
+        if "MPS file processing error" not in out:
+            break
     its = re.findall(r"^[ *#]\s*(\d+): obj =\s*(\S+)", out, re.M)
     tm = re.search(r"Time used:\s+([\d.]+) secs", out)
     status = "error"
