@@ -249,15 +249,15 @@ int32 simplex_primaloptimizer(SimWork& W) {
   bool needfactor = true, needduals = true;
   bool verified = false;
   int32 laststable = 0;
+  // Phase one's costs of the basic variables (-1 below, +1 above the bounds, else 0). While a
+  // pivot leaves them as they were, the duals are updated with the pivot row like phase two's;
+  // a change of any of them makes a fresh computation.
+  SysVector<int32> cbsign(m, 0, SysAllocator<int32>(W.sys));
   // The end is polished with a dual tolerance 100 times tighter than the caller's: reduced
   // costs of the wrong sign just within the caller's tolerance, times large primal values,
   // can leave the objective off by more than the tolerances suggest. The polish gets a
   // bounded number of iterations, then the caller's tolerance decides.
   const double tolsuser = W.tols;
-  // Phase one's costs of the basic variables (-1 below, +1 above the bounds, else 0). While a
-  // pivot leaves them as they were, the duals are updated with the pivot row like phase two's;
-  // a change of any of them makes a fresh computation.
-  SysVector<int32> cbsign(m, 0, SysAllocator<int32>(W.sys));
   bool polished = false;
   int32 polishstart = 0;
   st->prosta = TVA_PRO_STA_UNKNOWN;
