@@ -159,6 +159,21 @@ int32 superbasic_toclose(const SimWork& W, int32* dir) {
   return -1;
 }
 
+// Phase one's cost of index k: -1 below its lower bound, +1 above its upper bound, else 0.
+int32 infeas_sign(const SimWork& W, int32 k) {
+  if (W.x[k] < W.lb[k] - W.tolx) return -1;
+  if (W.x[k] > W.ub[k] + W.tolx) return 1;
+  return 0;
+}
+
+// Whether a basic variable other than the one at position skip has a phase-one cost other
+// than the one recorded.
+bool costs_changed(const SimWork& W, const SysVector<int32>& cbsign, int32 skip) {
+  for (int32 p = 0; p < W.m; ++p)
+    if (p != skip && infeas_sign(W, W.head[p]) != cbsign[p]) return true;
+  return false;
+}
+
 int32 report(SimWork& W, int32 event) {
   if (!W.progress) return 0;
   SimplexProgress pr;
@@ -233,6 +248,17 @@ int32 simplex_primaloptimizer(SimWork& W) {
   bool needfactor = true, needduals = true;
   bool verified = false;
   int32 laststable = 0;
+  // Phase one's costs of the basic variables (-1 below, +1 above the bounds, else 0). While a
+  // pivot leaves them as they were, the duals are updated with the pivot row like phase two's;
+  // a change of any of them makes a fresh computation.
+  SysVector<int32> cbsign(m, 0, SysAllocator<int32>(W.sys));
+  // The end is polished with a dual tolerance 100 times tighter than the caller's: reduced
+  // costs of the wrong sign just within the caller's tolerance, times large primal values,
+  // can leave the objective off by more than the tolerances suggest. The polish gets a
+  // bounded number of iterations, then the caller's tolerance decides.
+  const double tolsuser = W.tols;
+  bool polished = false;
+  int32 polishstart = 0;
   st->prosta = TVA_PRO_STA_UNKNOWN;
   st->solsta = TVA_SOL_STA_UNKNOWN;
   if (report(W, 44)) return kSimUserCallback;
@@ -272,9 +298,12 @@ int32 simplex_primaloptimizer(SimWork& W) {
       needfactor = false;
       needduals = true;
     }
-    if (needduals || W.phase == 1) {
+    if (needduals) {
       simplex_computeduals(W);
       needduals = false;
+      if (W.phase == 1)
+        for (int32 p = 0; p < m; ++p)
+          cbsign[p] = infeas_sign(W, W.head[p]);
     }
     if (S.logfreq[o] > 0 && st->iter[o] % S.logfreq[o] == 0 && st->iter[o] != laststable) {
       laststable = st->iter[o];
@@ -283,6 +312,8 @@ int32 simplex_primaloptimizer(SimWork& W) {
         break;
       }
     }
+    if (polished && W.tols < tolsuser && st->iter[o] - polishstart > std::max(1000, m))
+      W.tols = tolsuser;
     int32 q = psimplex_select(W);
     int32 forcedir = 0;
     if (q < 0 && W.phase == 2) {
@@ -305,6 +336,12 @@ int32 simplex_primaloptimizer(SimWork& W) {
         verified = true;
         needfactor = true;
         continue;
+      }
+      if (W.phase == 2 && !polished) {
+        polished = true;
+        polishstart = st->iter[o];
+        W.tols = std::max(0.01 * tolsuser, 1e-12);
+        continue; // factors still fresh: no candidate at the tight tolerance ends the run
       }
       if (W.phase == 1) {
         st->prosta = TVA_PRO_STA_PRIM_INFEAS;
@@ -381,9 +418,18 @@ int32 simplex_primaloptimizer(SimWork& W) {
       W.sk[q] = dir > 0 ? TVA_SK_UPR : TVA_SK_LOW;
       st->boundflips[o]++;
       clear_work(W);
+      if (W.phase == 1 && costs_changed(W, cbsign, -1)) needduals = true;
       continue;
     }
     const int32 r = s.r, l = W.head[r];
+    // Phase one keeps its duals by update when no other basic variable changed its side of
+    // the bounds and the entering one lands within its bounds (cost 0). The leaving one's old
+    // cost drops out of y's update; it only shows in its own reduced cost.
+    bool phase1update = false;
+    if (W.phase == 1) {
+      phase1update = infeas_sign(W, q) == 0 && !costs_changed(W, cbsign, r);
+      if (!phase1update) needduals = true;
+    }
     if (s.shift) {
       if (s.tolower)
         W.lb[l] = W.x[l];
@@ -394,18 +440,23 @@ int32 simplex_primaloptimizer(SimWork& W) {
       W.x[l] = s.target;
     }
     psimplex_updateweights(W, q, r, l);
-    if (W.phase == 2) {
+    if (W.phase == 2 || phase1update) {
       const double thd = W.d[q] / W.alpha[r];
       for (int32 k = 0; k < W.n; ++k)
         if (W.pos[k] < 0 && W.rowa[k] != 0.0) W.d[k] -= thd * W.rowa[k];
       for (int32 i = 0; i < m; ++i)
         W.y[i] += thd * W.rho[i];
-      W.d[l] = -thd;
+      W.d[l] = -thd - (W.phase == 1 ? cbsign[r] : 0);
       W.d[q] = 0.0;
+      cbsign[r] = 0;
     }
     W.head[r] = q;
     W.pos[q] = r;
     W.pos[l] = -1;
+    if (phase1update) {
+      simplex_basicinfeas(W, &W.suminf, &W.numinf);
+      if (W.numinf == 0) needduals = true; // feasible: phase two's costs take over
+    }
     W.sk[q] = TVA_SK_BAS;
     W.sk[l] = W.lb[l] == W.ub[l] ? TVA_SK_FIX : (s.tolower ? TVA_SK_LOW : TVA_SK_UPR);
     int32 ust;
@@ -426,6 +477,7 @@ int32 simplex_primaloptimizer(SimWork& W) {
     if (S.refactorfreq[o] > 0 && W.itersincefactor >= S.refactorfreq[o]) needfactor = true;
   }
   clear_work(W);
+  W.tols = tolsuser;
   if (report(W, 49) && code == kSimOk) code = kSimUserCallback;
   return code;
 }

@@ -233,9 +233,11 @@ bool unscaled_violation(const SimWork& W, const double* rs, const double* cs) {
     if (v < W.tlb[k] && (W.tlb[k] - v) * f > W.tolx) return true;
     if (v > W.tub[k] && (v - W.tub[k]) * f > W.tolx) return true;
     if (W.pos[k] >= 0) continue;
-    double d = W.d[k] / f;
-    if ((W.sk[k] == TVA_SK_LOW && d < -W.tols) || (W.sk[k] == TVA_SK_UPR && d > W.tols) ||
-        (W.sk[k] == TVA_SK_SUPBAS && std::fabs(d) > W.tols))
+    // Reduced costs are held to the primal's polish tolerance (a hundredth of the caller's):
+    // one just within the caller's tolerance can still move the objective too far.
+    double d = W.d[k] / f, tols = 0.01 * W.tols;
+    if ((W.sk[k] == TVA_SK_LOW && d < -tols) || (W.sk[k] == TVA_SK_UPR && d > tols) ||
+        (W.sk[k] == TVA_SK_SUPBAS && std::fabs(d) > tols))
       return true;
   }
   return false;

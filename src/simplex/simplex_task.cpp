@@ -60,9 +60,20 @@ TVArescode simplex_task_optimize(TvaTask* task) {
 
     SimplexSettings settings;
     simplex_settings_fromtask(task, &settings);
-    // A start from status keys needs a basic solution to start from.
-    const bool had_basis = sol_slot(task, TVA_SOL_BAS)->defined;
-    if (!had_basis) settings.hotstart = 0;
+    // A start from status keys needs a basic solution to start from; its class tells the
+    // engine what the start may claim: 4 primal feasible (or keys only), 5 dual feasible, 6
+    // neither.
+    const SolutionSlot* old = sol_slot(task, TVA_SOL_BAS);
+    const int32 hot = task->iparam[TVA_IPAR_SIM_HOTSTART];
+    if (!old->defined || hot == TVA_SIM_HOTSTART_NONE)
+      settings.hotstart = 0;
+    else if (hot == TVA_SIM_HOTSTART_STATUS_KEYS || old->solsta == TVA_SOL_STA_OPTIMAL ||
+             old->solsta == TVA_SOL_STA_PRIM_FEAS || old->solsta == TVA_SOL_STA_PRIM_AND_DUAL_FEAS)
+      settings.hotstart = 4;
+    else if (old->solsta == TVA_SOL_STA_DUAL_FEAS)
+      settings.hotstart = 5;
+    else
+      settings.hotstart = 6;
     r = sol_prepare(task, TVA_SOL_BAS);
     if (r != TVA_RES_OK) return r;
     SolutionSlot* slot = sol_slot(task, TVA_SOL_BAS);
