@@ -83,8 +83,13 @@ TVArescode simplex_task_optimize(TvaTask* task) {
     SimplexStat stat;
     int32 code = simplex_optimize(task->sys, settings, &stat, lp, &answer);
     sol_setstatus(task, TVA_SOL_BAS, stat.prosta, stat.solsta);
-    task->iinf[TVA_IINF_SIM_PRIMAL_ITER] =
-        stat.iter[0] + stat.iter[1] + stat.iter[2] + stat.iter[3];
+    task->iinf[TVA_IINF_SIM_PRIMAL_ITER] = stat.iter[kSimFree] + stat.iter[kSimPrimal];
+    task->iinf[TVA_IINF_SIM_DUAL_ITER] = stat.iter[kSimDual];
+    task->iinf[TVA_IINF_SIM_PRIMAL_DUAL_ITER] = stat.iter[kSimPrimalDual];
+    task->iinf[TVA_IINF_SIM_PRIMAL_DEG_ITER] = stat.degiter[kSimFree] + stat.degiter[kSimPrimal];
+    task->iinf[TVA_IINF_SIM_DUAL_DEG_ITER] = stat.degiter[kSimDual];
+    task->iinf[TVA_IINF_SIM_PRIMAL_INF_ITER] = stat.infiter[kSimFree] + stat.infiter[kSimPrimal];
+    task->iinf[TVA_IINF_SIM_DUAL_INF_ITER] = stat.infiter[kSimDual];
     task->iinf[TVA_IINF_SIM_NUMCON] = task->numcon;
     task->iinf[TVA_IINF_SIM_NUMVAR] = task->numvar;
     task->dinf[TVA_DINF_SIM_OBJ] = answer.pobj;
