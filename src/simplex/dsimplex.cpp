@@ -261,21 +261,21 @@ int32 dsimplex_optimize(DualState& D) {
       }
     }
     W.d[q] = 0.0;
-    // Reduced costs that crossed zero: boxed ones not yet flipped flip, others are shifted.
+    // Reduced costs that crossed zero within the Harris margin without being passed over by
+    // the ratio test: their costs are shifted so that they stay dual feasible. Flipping them
+    // instead would push the slope of the dual objective below zero.
+    for (int32 k : D.flips)
+      W.rejected[k] = 1; // marks of the flips, cleared below
     for (int32 i = 0; i < D.row.nz; ++i) {
       int32 k = D.row.idx[i];
-      if (k == q || W.pos[k] >= 0) continue;
-      double v = dsimplex_dualviolation(W, k, W.d[k]);
-      if (v <= 0.0) continue;
-      bool box = !sim_isinf(W.lb[k]) && !sim_isinf(W.ub[k]) && W.sk[k] != TVA_SK_SUPBAS;
-      if (box) {
-        if (std::find(D.flips.begin(), D.flips.end(), k) == D.flips.end()) D.flips.push_back(k);
-      } else {
-        W.cost[k] -= W.d[k];
-        W.d[k] = 0.0;
-        D.costchanged = true;
-      }
+      if (k == q || W.pos[k] >= 0 || W.rejected[k]) continue;
+      if (dsimplex_dualviolation(W, k, W.d[k]) <= 0.0) continue;
+      W.cost[k] -= W.d[k];
+      W.d[k] = 0.0;
+      D.costchanged = true;
     }
+    for (int32 k : D.flips)
+      W.rejected[k] = 0;
     // Flips listed by the ratio test whose reduced cost did not cross stay at their bound.
     D.flips.erase(std::remove_if(D.flips.begin(), D.flips.end(),
                                  [&](int32 k) {
@@ -349,7 +349,7 @@ int32 simplex_dualoptimizerintern(SimWork& W) {
   int32 code = dsimplex_prestep(D);
   if (report(D, 58)) return kSimUserCallback;
   if (code == kSimOk) {
-    if (S.degen != 0 && S.hotstart == 0 && S.maxiter[W.opt] - st->iter[W.opt] >= 40 && !D.phase1)
+    if (S.degen != 0 && S.hotstart == 0 && S.maxiter[W.opt] - st->iter[W.opt] >= 40)
       dsimplex_perturbcosts(D, S.degen == 2 ? 2 : (S.degen == 4 ? 4 : 1));
     code = dsimplex_optimize(D);
   }

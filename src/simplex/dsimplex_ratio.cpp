@@ -71,7 +71,10 @@ int32 dsimplex_minratio_boundswap(DualState& D, int32 dir, double slope, double*
       gbig = std::max(gbig, c[ng].a);
       ++ng;
     }
-    if (slope - reduce > 0.0) {
+    // The last group passed over leaves no candidate: that proves infeasibility only when the
+    // slope stays clearly positive, so a remaining slope within the primal tolerance enters.
+    const double need = ng == nrem ? W.tolx : 0.0;
+    if (slope - reduce > need) {
       // The whole group passes to its other bounds and the slope stays positive.
       for (int32 i = 0; i < ng; ++i)
         D.flips.push_back(c[i].k);

@@ -58,6 +58,14 @@ std::vector<std::string> files(const std::string& dir) {
   }
   closedir(d);
   std::sort(out.begin(), out.end());
+  // TELVA_SWEEP_ONLY=name1,name2 restricts a run to those problems.
+  if (const char* only = std::getenv("TELVA_SWEEP_ONLY")) {
+    std::string list = std::string(",") + only + ",";
+    std::vector<std::string> keep;
+    for (auto& n : out)
+      if (list.find("," + n + ",") != std::string::npos) keep.push_back(n);
+    out = keep;
+  }
   return out;
 }
 
