@@ -280,6 +280,10 @@ int32 choose_optimizer(SimWork& W, const SimplexSettings& S) {
 void set_tolerances(SimWork& W, const SimplexSettings& S, int32 opt) {
   W.opt = opt;
   W.tolx = S.tolx[opt], W.tols = S.tols[opt], W.tolpiv = S.tolpiv[opt];
+  // The dual lets reduced costs drift within its tolerance (Harris margin, shifts); keeping
+  // that drift a decade below the caller's tolerance keeps the objective of badly scaled
+  // problems with large primal values accurate.
+  if (opt != kSimPrimal) W.tols = 0.1 * S.tols[opt];
   W.harris = 0.5 * W.tolx;
 }
 
