@@ -304,6 +304,7 @@ int32 run_optimizers(SimWork& W, const SimplexSettings& S, int32 choice) {
       st->solsta == TVA_SOL_STA_PRIM_INFEAS_CER)
     return code;
   set_tolerances(W, S, kSimPrimal);
+  W.tols = 0.1 * S.tols[kSimPrimal]; // the clean-up keeps the dual's accuracy
   int32 inserted = 0;
   code = simplex_refactor(W, &inserted);
   if (code) return code;
