@@ -283,7 +283,8 @@ void set_tolerances(SimWork& W, const SimplexSettings& S, int32 opt) {
   // The dual lets reduced costs drift within its tolerance (Harris margin, shifts); keeping
   // that drift a decade below the caller's tolerance keeps the objective of badly scaled
   // problems with large primal values accurate.
-  if (opt != kSimPrimal) W.tols = 0.1 * S.tols[opt];
+  // The clean-up pass on the unscaled problem (hot start 1) works at the same accuracy.
+  if (opt != kSimPrimal || S.hotstart == 1) W.tols = 0.1 * S.tols[opt];
   W.harris = 0.5 * W.tolx;
 }
 
