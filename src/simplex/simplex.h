@@ -93,6 +93,7 @@ struct SimplexStat {
   int32 cleanpasses = 0; // passes on the unscaled problem after a scaled optimum
   int32 hotstartlu = 0;  // the start reused the LU of the basis record
   int32 rndstate = 1;    // state of the generator below
+  double dseerror = 0.0; // with deblev >= 2: largest relative error of the updated dual weights
 };
 
 // The one generator of the simplex: s -> (10278 s + 3) mod 32749, value s / 32749.

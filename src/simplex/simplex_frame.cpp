@@ -6,6 +6,7 @@
 #include <cmath>
 #include <new>
 
+#include "simplex/dsimplex.h"
 #include "simplex/simplex_work.h"
 #include "telva.h"
 
@@ -243,6 +244,79 @@ bool unscaled_violation(const SimWork& W, const double* rs, const double* cs) {
   return false;
 }
 
+// Sums and counts of the primal infeasibilities of the basics and of the dual infeasibilities
+// of the nonbasics (true costs) at the start basis.
+void start_infeasibilities(SimWork& W, double* psum, int32* pcnt, double* dsum, int32* dcnt) {
+  simplex_recomputexb(W);
+  simplex_basicinfeas(W, psum, pcnt);
+  duals_truecost(W);
+  *dsum = 0.0, *dcnt = 0;
+  for (int32 k = 0; k < W.n; ++k) {
+    if (W.pos[k] >= 0) continue;
+    double v = dsimplex_dualviolation(W, k, W.d[k]);
+    if (v > W.tols) *dsum += v, ++*dcnt;
+  }
+}
+
+// The optimizer of a free choice: from the shape of the problem and the infeasibilities of the
+// start basis. Primal for very wide problems and for primal feasible starts that are not dual
+// feasible, dual otherwise.
+int32 choose_optimizer(SimWork& W, const SimplexSettings& S) {
+  if (S.optimizer != kSimFree) return S.optimizer;
+  const double m = W.m, nv = W.nv;
+  double psum = 0.0, dsum = 0.0;
+  int32 pcnt = 0, dcnt = 0;
+  start_infeasibilities(W, &psum, &pcnt, &dsum, &dcnt);
+  if (S.hotstart != 0) {
+    if (pcnt == 0) return kSimPrimal;
+    if (dcnt == 0) return kSimDual;
+    return dsum * pcnt * (dcnt + 1.0) <= psum * dcnt ? kSimDual : kSimPrimal;
+  }
+  if ((nv + 1.0) / (m + 1.0) > 100.0 || (nv > 10.0 * m && psum == 0.0 && dsum != 0.0))
+    return kSimPrimal;
+  if (2.0 * nv < m) return kSimDual;
+  if (psum == 0.0 && dsum != 0.0) return kSimPrimal;
+  return kSimDual;
+}
+
+void set_tolerances(SimWork& W, const SimplexSettings& S, int32 opt) {
+  W.opt = opt;
+  W.tolx = S.tolx[opt], W.tols = S.tols[opt], W.tolpiv = S.tolpiv[opt];
+  // The dual lets reduced costs drift within its tolerance (Harris margin, shifts); keeping
+  // that drift a decade below the caller's tolerance keeps the objective of badly scaled
+  // problems with large primal values accurate.
+  // The clean-up pass on the unscaled problem (hot start 1) works at the same accuracy.
+  if (opt != kSimPrimal || S.hotstart == 1) W.tols = 0.1 * S.tols[opt];
+  W.harris = 0.5 * W.tolx;
+}
+
+// Runs the chosen optimizer. The dual (and the primal-dual alternation, a dual pass followed by
+// the primal) hands an end that is not a proof to the primal from its last basis, with no
+// perturbation: that cleans up superbasics, changed costs and dual infeasibility.
+int32 run_optimizers(SimWork& W, const SimplexSettings& S, int32 choice) {
+  SimplexStat* st = W.stat;
+  if (choice == kSimPrimal) {
+    set_tolerances(W, S, kSimPrimal);
+    if (S.hotstart == 0 && S.maxiter[kSimPrimal] >= 40) psimplex_perturb(W);
+    psimplex_initweights(W);
+    psimplex_dupvecfeasible(W);
+    return simplex_primaloptimizer(W);
+  }
+  set_tolerances(W, S, choice == kSimPrimalDual ? kSimPrimalDual : kSimDual);
+  int32 code = simplex_dualoptimizerintern(W);
+  if (code != kSimOk || st->solsta == TVA_SOL_STA_OPTIMAL ||
+      st->solsta == TVA_SOL_STA_PRIM_INFEAS_CER)
+    return code;
+  set_tolerances(W, S, kSimPrimal);
+  W.tols = 0.1 * S.tols[kSimPrimal]; // the clean-up keeps the dual's accuracy
+  int32 inserted = 0;
+  code = simplex_refactor(W, &inserted);
+  if (code) return code;
+  psimplex_initweights(W);
+  psimplex_dupvecfeasible(W);
+  return simplex_primaloptimizer(W);
+}
+
 int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexLp& lp,
           SimplexSolution* sol, SimplexProgressFunc progress, void* handle, SimplexBasis* basis,
           bool* needclean) {
@@ -299,10 +373,7 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   int32 rank = 0;
   lu_rank(W.f, &rank);
   st->initbasisrank = rank - inserted;
-  if (S.hotstart == 0 && S.maxiter[kSimPrimal] >= 40) psimplex_perturb(W);
-  psimplex_initweights(W);
-  psimplex_dupvecfeasible(W);
-  code = simplex_primaloptimizer(W);
+  code = run_optimizers(W, S, choose_optimizer(W, S));
   if (code == kSimSpace) return code;
   // Dual values of the true costs, from fresh factors unless the run ended with a proof.
   if (st->solsta != TVA_SOL_STA_PRIM_INFEAS_CER) {

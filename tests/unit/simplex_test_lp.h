@@ -84,8 +84,10 @@ struct Sys {
   }
 };
 
-inline telva::SimplexSettings tight_settings() {
+// Tight tolerances, primal simplex (the dual tests choose their optimizer themselves).
+inline telva::SimplexSettings tight_settings(int32 optimizer = telva::kSimPrimal) {
   telva::SimplexSettings s;
+  s.optimizer = optimizer;
   for (int32 k = 0; k < 4; ++k)
     s.tolx[k] = s.tols[k] = 1e-9;
   return s;

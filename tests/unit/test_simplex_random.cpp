@@ -185,6 +185,7 @@ TEST(SimplexRandom, IterationLimit) {
   std::mt19937 rng(11);
   Lp lp = random_lp(rng, 60, 90, 0.06);
   SimplexSettings st;
+  st.optimizer = kSimPrimal;
   for (auto& v : st.maxiter)
     v = 3;
   Result r = solve(s.sys, lp, st);
@@ -218,6 +219,7 @@ TEST(SimplexRandom, ProgressCallbackSeesLinesAndStops) {
   std::mt19937 rng(12);
   Lp lp = random_lp(rng, 60, 90, 0.06);
   SimplexSettings st;
+  st.optimizer = kSimPrimal;
   for (auto& v : st.logfreq)
     v = 2;
   struct Seen {
