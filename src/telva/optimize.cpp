@@ -149,6 +149,10 @@ void optimize_chains_reset() {
   g_chains = kBuiltInChains;
 }
 
+bool optimize_has_interior() {
+  return g_chains.interior != missing_interior;
+}
+
 TVArescode optimize_run(TvaTask* task) {
   sysenv_timer_stamp(task->sys, &task->call_start);
   ++task->optimize_count;

@@ -63,6 +63,8 @@ struct OptimizerChains {
 OptimizerChains& optimize_chains();
 // Puts every entry back to its built-in value.
 void optimize_chains_reset();
+// Whether an interior-point chain is present (this build may lack one).
+bool optimize_has_interior();
 
 // The whole run of TVA_optimizetrm and TVA_optimize; returns the final code.
 TVArescode optimize_run(TvaTask* task);

@@ -191,6 +191,10 @@ TVArescode optimize_continuous(TvaTask* task) {
   const DriverSolutionOps& ops = drvsol_ops();
   int32 opt = task->iparam[TVA_IPAR_OPTIMIZER];
   task->stop_code = 0;
+  // While the build has no interior-point optimizer, the free choice solves a linear problem
+  // with the free simplex, so that the default settings solve it.
+  if (opt == TVA_OPTIMIZER_FREE && is_linear(task) && !is_empty(task) && !optimize_has_interior())
+    opt = TVA_OPTIMIZER_FREE_SIMPLEX;
   if (!is_simplex(opt)) {
     TVArescode r = ops.make_ready(task, TVA_SOL_ITR);
     if (r != TVA_RES_OK) return r;
