@@ -158,7 +158,8 @@ TEST_F(MpsWrite, LayoutOfEveryLine) {
                      "    w       \n"
                      "ENDATA\n";
   EXPECT_EQ(text, want);
-  // Strict and relaxed give the same text; the CPLEX layout differs in the quadratic part.
+  // Strict and relaxed give the same text; the TVA_MPS_FORMAT_CPLEX layout differs in the quadratic
+  // part.
   EXPECT_EQ(write_text(m, TVA_MPS_FORMAT_STRICT), want);
   EXPECT_EQ(write_text(m, TVA_MPS_FORMAT_RELAXED), want);
   std::string cplex = write_text(m, TVA_MPS_FORMAT_CPLEX);
