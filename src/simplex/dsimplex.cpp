@@ -324,7 +324,9 @@ int32 dsimplex_optimize(DualState& D) {
     }
     D.updates++;
     W.itersincefactor++;
-    if (S.deblev >= 2 && D.rule == 4 && ust == kLuOk)
+    // Each check costs a solve per row, so the second level samples.
+    const bool check = S.deblev >= 3 || (S.deblev == 2 && st->iter[o] % 25 == 0);
+    if (check && D.rule == 4 && ust == kLuOk)
       st->dseerror = std::max(st->dseerror, dsimplex_weighterror(D));
     D.col.clear(), D.row.clear(), D.rho.clear(), D.tau.clear();
     if (ust == kLuNoMemory) {

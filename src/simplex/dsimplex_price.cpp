@@ -49,8 +49,11 @@ int32 dsimplex_select(DualState& D) {
   double bestscore = 0.0;
   for (int32 p = 0; p < m; ++p) {
     if (v[p] == 0.0) continue;
+    // A weight gone to infinity or NaN scores 0 or NaN; the row is still taken when nothing
+    // scores better, so a violated basis is never mistaken for a feasible one.
     double s = v[p] * v[p] / w[p];
-    if (s > bestscore) bestscore = s, best = p;
+    if (!(s > 0.0)) s = 0.0;
+    if (best < 0 || s > bestscore) bestscore = s, best = p;
   }
   if (best >= 0) {
     D.W.stat->fullselect[D.W.opt]++;
@@ -90,8 +93,19 @@ void dsimplex_initweights(DualState& D, bool exact) {
 void dsimplex_updateweights(DualState& D, int32 r) {
   const double* a = D.col.val.data();
   const double ar = a[r];
-  const double wr = D.dse[r];
   double* w = D.dse.data();
+  if (D.rule == 4) {
+    // The pivot row's weight is recomputed from rho itself, which is at hand: the updated value
+    // carries the rounding of every earlier update, and the cancellation in the formula below
+    // would pass that error on to every row of the column, growing from one iteration to the next.
+    double exact = 0.0;
+    for (int32 t = 0; t < D.rho.nz; ++t) {
+      double v = D.rho.val[D.rho.idx[t]];
+      exact += v * v;
+    }
+    w[r] = exact;
+  }
+  const double wr = w[r];
   if (D.rule == 4) {
     const double* tau = D.tau.val.data();
     for (int32 t = 0; t < D.col.nz; ++t) {

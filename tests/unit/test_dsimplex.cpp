@@ -183,7 +183,7 @@ TEST(DualSimplexWeights, UpdateMatchesExactNorms) {
   for (int32 trial = 0; trial < 4; ++trial) {
     Lp lp = random_lp(rng, 40, 60, 0.1);
     SimplexSettings st = tight_settings(kSimDual);
-    st.deblev = 2;
+    st.deblev = 3;
     st.refactorfreq[kSimDual] = 1000;
     Result r = solve(s.sys, lp, st);
     ASSERT_EQ(r.stat.solsta, TVA_SOL_STA_OPTIMAL);
