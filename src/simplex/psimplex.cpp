@@ -469,6 +469,9 @@ int32 simplex_primaloptimizer(SimWork& W) {
     }
     W.itersincefactor++;
     clear_work(W);
+    // Each check costs a solve per nonbasic index, so the second level samples.
+    const bool check = S.deblev >= 3 || (S.deblev == 2 && st->iter[o] % 25 == 0);
+    if (check && ust == kLuOk) st->pseerror = std::max(st->pseerror, psimplex_weighterror(W));
     if (ust == kLuNoMemory) {
       code = kSimSpace;
       break;

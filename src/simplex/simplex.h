@@ -62,7 +62,7 @@ struct SimplexSettings {
   double tolpiv[4] = {1e-7, 1e-7, 1e-7, 1e-7};
   double maxtime[4] = {-1.0, -1.0, -1.0, -1.0};
   double lutolrel = 0.01;
-  int32 deblev = 0; // 2: dual weights checked every 25th pivot, 3: after every pivot
+  int32 deblev = 0; // 2: pricing weights checked every 25th pivot, 3: after every pivot
 };
 
 // The response code of an internal answer code, for the driver.
@@ -94,6 +94,7 @@ struct SimplexStat {
   int32 hotstartlu = 0;  // the start reused the LU of the basis record
   int32 rndstate = 1;    // state of the generator below
   double dseerror = 0.0; // with deblev >= 2: largest relative error of the dual weights checked
+  double pseerror = 0.0; // the same for the primal steepest-edge and devex weights
 };
 
 // The one generator of the simplex: s -> (10278 s + 3) mod 32749, value s / 32749.

@@ -60,6 +60,7 @@ struct SimWork {
   SysVector<int32> que;
   SysVector<double> qscore;
   SysVector<int32> refw; // devex reference framework flags
+  int32 baddevex = 0;    // devex weights found far off since the framework was set
   // Duplicate columns: each member links to the next of its group in a ring, -1 elsewhere;
   // empty when the problem has none or their use is off.
   SysVector<int32> dupnext;
@@ -73,7 +74,9 @@ struct SimWork {
   int32 numinf = 0;
   int32 ifmethod = 1, selmethod = 2, weightrule = 0;
   int32 partialstart = 0;
-  int32 quebuilt = -1; // iteration of the last queue rebuild
+  double partialref = 0.0; // best score of the last full scan of the combined rule
+  int32 partialcount = 0;  // choices of the combined rule since that scan
+  int32 quebuilt = -1;     // iteration of the last queue rebuild
   int32 itersincefactor = 0;
   int32 sameartificial = 0; // consecutive refactors that needed artificials
   std::chrono::steady_clock::time_point t0;
@@ -158,5 +161,9 @@ void psimplex_dupvecfeasible(SimWork& W);
 // Weight update after a pivot on basis position r with entering q; alpha is the entering
 // column, rowa the pivot row over all indices.
 void psimplex_updateweights(SimWork& W, int32 q, int32 r, int32 leaving);
+// Largest relative difference of the steepest-edge or devex weights to their values recomputed
+// from the factors (one solve per nonbasic index); devex weights are checked on the indices of
+// the reference framework, where the recurrence is exact.
+double psimplex_weighterror(SimWork& W);
 
 } // namespace telva

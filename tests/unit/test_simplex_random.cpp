@@ -385,3 +385,24 @@ TEST(SimplexRandom, TimeLimitAndRefactorPeriod) {
   EXPECT_NEAR(a.pobj, b.pobj, 1e-7 * (1 + std::fabs(a.pobj)));
   EXPECT_LT(kkt_violation(lp, b), 1e-8);
 }
+
+// The steepest-edge weights and the devex weights of the reference framework equal their
+// values recomputed from the factors after every pivot, across refactorizations and phase one.
+TEST(SimplexWeights, SteepestEdgeAndDevexMatchRecomputedNorms) {
+  Sys s;
+  std::mt19937 rng(23);
+  for (int32 trial = 0; trial < 3; ++trial) {
+    Lp lp = random_lp(rng, 50, 80, 0.1);
+    for (int32 rule : {4, 5}) {
+      SimplexSettings st = tight_settings();
+      st.primalselect = rule;
+      st.deblev = 3;
+      st.refactorfreq[kSimPrimal] = 30;
+      Result r = solve(s.sys, lp, st);
+      ASSERT_EQ(r.stat.solsta, TVA_SOL_STA_OPTIMAL) << "trial " << trial << " rule " << rule;
+      EXPECT_GT(r.stat.iter[kSimPrimal], 10);
+      EXPECT_LT(r.stat.pseerror, 1e-9) << "trial " << trial << " rule " << rule;
+      EXPECT_LT(kkt_violation(lp, r), 1e-8);
+    }
+  }
+}
