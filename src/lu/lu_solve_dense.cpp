@@ -1,5 +1,5 @@
-// Dense solves with the factors: L columns as axpy steps, row etas as dot products, U rows
-// as dot products along the U order; the transposed solve runs the mirror image.
+// Dense solves with the factors: L columns as axpy steps, row etas as dot products, U
+// columns as axpy steps along the U order; the transposed solve runs U by rows.
 #include <cmath>
 
 #include "lu/lu_data.h"
@@ -29,7 +29,8 @@ void etas_dense(const lu* f, double* x) {
 }
 
 // U y = x backward along the U order; with a guard, a component with |x| >= ratio |diag|
-// becomes zero and the guard is reported.
+// becomes zero and the guard is reported. Column by column, so that the zeros of the result,
+// which are many even in a dense solve of a simplex column, cost nothing.
 bool upper_dense(const lu* f, double* x, double* y, double ratio) {
   bool hit = false;
   for (int32 t = f->nuseq - 1; t >= 0; --t) {
@@ -37,14 +38,21 @@ bool upper_dense(const lu* f, double* x, double* y, double ratio) {
     if (p < 0) continue;
     double v = x[p];
     x[p] = 0.0;
-    for (int32 s = f->ufirr[p], e = s + f->uuser[p]; s < e; ++s)
-      v -= f->rval[s] * y[f->rsub[s]];
+    const int32 j = f->q[p];
+    if (v == 0.0) {
+      y[j] = 0.0;
+      continue;
+    }
     double d = f->diag[p];
     if (ratio > 0.0 && std::fabs(v) >= ratio * std::fabs(d)) {
       hit = true;
-      v = 0.0;
+      y[j] = 0.0;
+      continue;
     }
-    y[f->q[p]] = v / d;
+    double yj = v / d;
+    y[j] = yj;
+    for (int32 s = f->ufirc[j], e = s + f->uusec[j]; s < e; ++s)
+      x[f->csub[s]] -= f->cval[s] * yj;
   }
   return hit;
 }

@@ -93,6 +93,70 @@ Step psimplex_stepsize(SimWork& W, int32 q, int32 dir) {
   return s;
 }
 
+// Phase one's ratio test passes over breakpoints while the sum of infeasibilities keeps
+// falling. Along the step each basic variable meets up to two breakpoints: an infeasible one
+// becomes feasible at its violated bound and, if it goes on, infeasible again at its other
+// bound; a feasible one becomes infeasible at the bound it runs into. Each costs the falling
+// rate |alpha_p|, starting from |d_q|. The step ends at the breakpoint where the rate would
+// turn non-positive; basics passed over stay basic, some of them now on the other side of a
+// bound, which phase one's costs then count. On degenerate problems whose phase one is
+// driven by fixed variables (equality rows), stopping at the first breakpoint makes tiny
+// steps by the thousand.
+Step psimplex_stepsize_phase1(SimWork& W, int32 q, int32 dir) {
+  const int32 m = W.m;
+  const double* a = W.alpha.data();
+  auto& br = W.breaks;
+  br.clear();
+  for (int32 p = 0; p < m; ++p) {
+    if (std::fabs(a[p]) <= W.tolpiv) continue;
+    const double delta = -dir * a[p], w = std::fabs(delta);
+    const int32 k = W.head[p];
+    const double v = W.x[k], l = W.lb[k], u = W.ub[k];
+    auto add = [&](double bound, bool tolower) { // the variable moves toward bound
+      double dist = delta > 0.0 ? bound - v : v - bound;
+      br.push_back({std::max(dist, 0.0) / w, w, bound, p, tolower ? 1 : 0});
+    };
+    if (delta > 0.0) {
+      if (v < l - W.tolx) add(l, true);
+      if (v <= u + W.tolx && !sim_isinf(u)) add(u, false);
+    } else {
+      if (v > u + W.tolx) add(u, false);
+      if (v >= l - W.tolx && !sim_isinf(l)) add(l, true);
+    }
+  }
+  std::sort(br.begin(), br.end(),
+            [](const PhaseOneBreak& x, const PhaseOneBreak& y) { return x.t < y.t; });
+  Step s;
+  double rate = std::fabs(W.d[q]);
+  int32 stop = -1;
+  for (int32 i = 0; i < (int32)br.size(); ++i) {
+    if (rate - br[i].w <= 1e-12 * std::fabs(W.d[q]) || i + 1 == (int32)br.size()) {
+      stop = i;
+      break;
+    }
+    rate -= br[i].w;
+  }
+  if (stop >= 0) {
+    // Among the breakpoints within the Harris margin of the stop, the largest pivot leaves.
+    int32 best = stop;
+    for (int32 i = stop + 1; i < (int32)br.size(); ++i) {
+      if (br[i].t > br[stop].t + W.harris / br[i].w) break;
+      if (br[i].w > br[best].w) best = i;
+    }
+    const PhaseOneBreak& b = br[best];
+    s.r = b.p, s.target = b.target, s.tolower = b.tolower != 0;
+    s.theta = b.t;
+    const int32 k = W.head[b.p];
+    double dist = -dir * a[b.p] > 0.0 ? b.target - W.x[k] : W.x[k] - b.target;
+    s.shift = dist < 0.0;
+  }
+  double range = psimplex_stepsize_dupcol(W, q, dir);
+  if (range < kSimInf && (s.r < 0 || range <= s.theta + 1e-12)) {
+    s.r = -1, s.flip = true, s.theta = std::max(range, 0.0);
+  }
+  return s;
+}
+
 // The pivot row rho = B^-T e_r and its entries rowa_k = rho' M_k over all indices.
 void pivot_row(SimWork& W, int32 r) {
   const int32 m = W.m;
@@ -355,7 +419,7 @@ int32 simplex_primaloptimizer(SimWork& W) {
     const int32 dir = forcedir ? forcedir : (W.d[q] < 0.0 ? 1 : -1);
     simwork_scattercol(W, q, W.colv.data());
     lu_ftran(W.f, W.colv.data(), W.alpha.data());
-    Step s = psimplex_stepsize(W, q, dir);
+    Step s = W.phase == 1 ? psimplex_stepsize_phase1(W, q, dir) : psimplex_stepsize(W, q, dir);
     if (s.r < 0 && !s.flip) {
       if (W.phase == 2) {
         // An improving ray: the entering variable and the basics move without limit.

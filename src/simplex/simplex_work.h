@@ -13,6 +13,14 @@
 
 namespace telva {
 
+// A breakpoint of phase one's piecewise linear objective along a primal step: at step t the
+// basic variable at position p reaches target (its lower bound if tolower), and the rate at
+// which the sum of infeasibilities falls drops by w.
+struct PhaseOneBreak {
+  double t, w, target;
+  int32 p, tolower;
+};
+
 struct SimWork {
   explicit SimWork(sysenv* s)
       : sys(s), aptr(SysAllocator<int32>(s)), asub(SysAllocator<int32>(s)),
@@ -25,7 +33,7 @@ struct SimWork {
         alpha(SysAllocator<double>(s)), rho(SysAllocator<double>(s)), vse(SysAllocator<double>(s)),
         rowa(SysAllocator<double>(s)), rowg(SysAllocator<double>(s)), que(SysAllocator<int32>(s)),
         qscore(SysAllocator<double>(s)), refw(SysAllocator<int32>(s)),
-        dupnext(SysAllocator<int32>(s)) {}
+        dupnext(SysAllocator<int32>(s)), breaks(SysAllocator<PhaseOneBreak>(s)) {}
   ~SimWork() {
     if (f) lu_free(&f);
   }
@@ -64,6 +72,8 @@ struct SimWork {
   // Duplicate columns: each member links to the next of its group in a ring, -1 elsewhere;
   // empty when the problem has none or their use is off.
   SysVector<int32> dupnext;
+  // Breakpoints of phase one's ratio test.
+  SysVector<PhaseOneBreak> breaks;
 
   lu* f = nullptr;
   int32 phase = 2; // 1 while basic variables are infeasible
