@@ -50,9 +50,9 @@ int32 select_full(SimWork& W, bool weighted) {
   return scan_range(W, 0, W.n, weighted, &best);
 }
 
-// Sections of the index range in turn from where the last search stopped; the best of the
-// first section with a candidate goes in.
-int32 select_partial(SimWork& W, bool weighted) {
+// Sections of the index range in turn from where the last search stopped: the best of the
+// first section whose best scores at least floor goes in, -1 if none does.
+int32 scan_sections(SimWork& W, bool weighted, double floor) {
   W.stat->partialselect[W.opt]++;
   const int32 n = W.n;
   const int32 chunk = std::max(100, n / 10);
@@ -66,7 +66,7 @@ int32 select_partial(SimWork& W, bool weighted) {
       int32 p2 = scan_range(W, 0, from + len - n, weighted, &best);
       if (p2 >= 0) pick = p2;
     }
-    if (pick >= 0) {
+    if (pick >= 0 && best >= floor) {
       W.partialstart = (from + len) % n;
       return pick;
     }
@@ -74,38 +74,26 @@ int32 select_partial(SimWork& W, bool weighted) {
   return -1;
 }
 
-// The combined rule: a section's best is taken while it scores at least half the best
-// score of the last full scan; otherwise the search goes on through the other sections, and a
-// search that sees them all is the full scan of the weighted rule. A full scan is also forced
-// every 50 choices so that the reference stays current. Taking the first section with any
-// candidate, as plain partial pricing does, can cost many times the iterations of the full
-// rule (dfl001: 225,000 against 35,000).
+// Partial pricing: the first section with any candidate.
+int32 select_partial(SimWork& W, bool weighted) {
+  return scan_sections(W, weighted, 0.0);
+}
+
+// The combined rule: a section's best is taken while it scores at least half the best score
+// of the last full scan; otherwise the full scan of the weighted rule decides. A full scan is
+// also forced every 50 choices so that the reference stays current. Taking the first section
+// with any candidate, as plain partial pricing does, can cost many times the iterations of
+// the full rule (dfl001: 225,000 against 35,000).
 int32 select_combined(SimWork& W, bool weighted) {
-  const int32 n = W.n;
-  const int32 chunk = std::max(100, n / 10);
   const bool forcefull = W.partialref <= 0.0 || ++W.partialcount >= 50;
   if (!forcefull) {
-    W.stat->partialselect[W.opt]++;
-    int32 start = W.partialstart % std::max(1, n);
-    for (int32 seen = 0; seen < n; seen += chunk) {
-      int32 from = (start + seen) % n;
-      int32 len = std::min(chunk, n - seen);
-      double best = 0.0;
-      int32 pick = scan_range(W, from, std::min(n, from + len), weighted, &best);
-      if (from + len > n) {
-        int32 p2 = scan_range(W, 0, from + len - n, weighted, &best);
-        if (p2 >= 0) pick = p2;
-      }
-      if (pick >= 0 && best >= 0.5 * W.partialref) {
-        W.partialstart = (from + len) % n;
-        return pick;
-      }
-    }
+    int32 pick = scan_sections(W, weighted, 0.5 * W.partialref);
+    if (pick >= 0) return pick;
   }
   W.partialcount = 0;
   W.stat->fullselect[W.opt]++;
   double best = 0.0;
-  int32 pick = scan_range(W, 0, n, weighted, &best);
+  int32 pick = scan_range(W, 0, W.n, weighted, &best);
   W.partialref = best;
   return pick;
 }
