@@ -8,6 +8,22 @@
 
 namespace telva {
 
+namespace {
+
+// ||e_p' B^-1||^2 by one solve.
+double exact_weight(SimWork& W, int32 p) {
+  W.colv[p] = 1.0;
+  lu_btran(W.f, W.colv.data(), W.vse.data());
+  double s = 0.0;
+  for (int32 i = 0; i < W.m; ++i) {
+    s += W.vse[i] * W.vse[i];
+    W.vse[i] = 0.0;
+  }
+  return s;
+}
+
+} // namespace
+
 double dsimplex_dualviolation(const SimWork& W, int32 k, double dk) {
   const double l = W.lb[k], u = W.ub[k];
   if (!sim_isinf(l) && !sim_isinf(u) && l == u) return 0.0; // a fixed value takes any price
@@ -75,16 +91,8 @@ void dsimplex_initweights(DualState& D, bool exact) {
     return;
   }
   if (logical || !exact || D.rule != 4) return; // B = -I: every row of B^-1 has norm 1
-  for (int32 p = 0; p < m; ++p) {
-    W.colv[p] = 1.0;
-    lu_btran(W.f, W.colv.data(), W.vse.data());
-    double s = 0.0;
-    for (int32 i = 0; i < m; ++i) {
-      s += W.vse[i] * W.vse[i];
-      W.vse[i] = 0.0;
-    }
-    D.dse[p] = std::max(s, 1e-12);
-  }
+  for (int32 p = 0; p < m; ++p)
+    D.dse[p] = std::max(exact_weight(W, p), 1e-12);
 }
 
 // With the pivot alpha_r = alpha[r] and ratio_p = alpha[p] / alpha_r the new rows of B^-1 are
@@ -131,13 +139,7 @@ double dsimplex_weighterror(DualState& D) {
   const int32 m = W.m;
   double worst = 0.0;
   for (int32 p = 0; p < m; ++p) {
-    W.colv[p] = 1.0;
-    lu_btran(W.f, W.colv.data(), W.vse.data());
-    double s = 0.0;
-    for (int32 i = 0; i < m; ++i) {
-      s += W.vse[i] * W.vse[i];
-      W.vse[i] = 0.0;
-    }
+    double s = exact_weight(W, p);
     worst = std::max(worst, std::fabs(D.dse[p] - s) / std::max(1.0, s));
   }
   return worst;

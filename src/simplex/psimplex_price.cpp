@@ -145,6 +145,19 @@ int32 select_queue(SimWork& W, bool weighted) {
   return -1;
 }
 
+// 1 + ||B^-1 M_k||^2, the squared length of the edge along which nonbasic k enters, by one
+// solve; with framework set, only the coordinates of the devex reference framework count.
+double edge_length2(SimWork& W, int32 k, bool framework) {
+  simwork_scattercol(W, k, W.colv.data());
+  lu_ftran(W.f, W.colv.data(), W.alpha.data());
+  double s = framework && !W.refw[k] ? 0.0 : 1.0;
+  for (int32 p = 0; p < W.m; ++p) {
+    if (!framework || W.refw[W.head[p]]) s += W.alpha[p] * W.alpha[p];
+    W.alpha[p] = 0.0, W.colv[p] = 0.0;
+  }
+  return s;
+}
+
 // A new devex reference framework: the nonbasic indices of now, each with weight 1.
 void devex_reset(SimWork& W) {
   W.refw.assign(W.n, 0);
@@ -198,12 +211,7 @@ void psimplex_initweights(SimWork& W) {
   for (int32 k = 0; k < W.n; ++k) {
     if (W.pos[k] >= 0) continue;
     if (exact) {
-      simwork_scattercol(W, k, W.colv.data());
-      lu_ftran(W.f, W.colv.data(), W.alpha.data());
-      double s = 1.0;
-      for (int32 p = 0; p < m; ++p)
-        s += W.alpha[p] * W.alpha[p], W.alpha[p] = 0.0;
-      W.w[k] = s;
+      W.w[k] = edge_length2(W, k, false);
     } else if (k < m) {
       W.w[k] = 2.0;
     } else {
@@ -280,18 +288,12 @@ void psimplex_updateweights(SimWork& W, int32 q, int32 r, int32 leaving) {
 }
 
 double psimplex_weighterror(SimWork& W) {
-  const int32 rule = W.weightrule, m = W.m;
+  const int32 rule = W.weightrule;
   if (rule != 4 && rule != 5) return 0.0;
   double worst = 0.0;
   for (int32 k = 0; k < W.n; ++k) {
     if (W.pos[k] >= 0 || W.sk[k] == TVA_SK_FIX || (rule == 5 && !W.refw[k])) continue;
-    simwork_scattercol(W, k, W.colv.data());
-    lu_ftran(W.f, W.colv.data(), W.alpha.data());
-    double s = 1.0;
-    for (int32 p = 0; p < m; ++p) {
-      if (rule == 4 || W.refw[W.head[p]]) s += W.alpha[p] * W.alpha[p];
-      W.alpha[p] = 0.0, W.colv[p] = 0.0;
-    }
+    double s = edge_length2(W, k, rule == 5);
     worst = std::max(worst, std::fabs(W.w[k] - s) / std::max(1.0, s));
   }
   return worst;

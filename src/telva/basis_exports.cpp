@@ -8,10 +8,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <new>
 
 #include "simplex/simplex_basisrec.h"
 #include "simplex/simplex_task.h"
+#include "telva/putget.h"
 #include "telva/report.h"
 #include "telva/solution.h"
 #include "telva/task.h"
@@ -70,16 +70,6 @@ TVArescode basis_factor(TvaTask* task, Columns& cols) {
   return TVA_RES_OK;
 }
 
-template <class F> TVArescode guarded(TvaTask* task, F&& f) {
-  TVArescode r = task_check(task);
-  if (r != TVA_RES_OK) return r;
-  try {
-    return f();
-  } catch (const std::bad_alloc&) {
-    return TVA_REP(task, ERR_SPACE);
-  }
-}
-
 // Sign of basis position p in the caller's basis: -1 where a logical counts as +e_i.
 double position_sign(const SimplexBasis* b, bool plusone, int32 p) {
   return plusone && b->bas[p] < b->bnumcon ? -1.0 : 1.0;
@@ -90,7 +80,7 @@ double position_sign(const SimplexBasis* b, bool plusone, int32 p) {
 extern "C" {
 
 TVAAPI TVArescode TVA_initbasissolve(TVAtask_t task, TVAint32t* basis) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     Columns cols(task->sys);
     TVArescode r = basis_factor(task, cols);
     if (r != TVA_RES_OK) return r;
@@ -101,7 +91,7 @@ TVAAPI TVArescode TVA_initbasissolve(TVAtask_t task, TVAint32t* basis) {
 
 TVAAPI TVArescode TVA_solvewithbasis(TVAtask_t task, TVAint32t transp, TVAint32t* numnz,
                                      TVAint32t* sub, double* val) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     const int32 m = task->numcon;
     SimplexBasis* b = task->basis;
     if (b && b->bnumcon != m) return TVA_REP(task, ERR_BASIS, b->bnumcon, m);
@@ -151,7 +141,7 @@ TVAAPI TVArescode TVA_solvewithbasis(TVAtask_t task, TVAint32t transp, TVAint32t
 }
 
 TVAAPI TVArescode TVA_basiscond(TVAtask_t task, double* nrmbasis, double* nrminvbasis) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     if (!nrmbasis) return TVA_REP(task, ERR_NULL_POINTER, "nrmbasis");
     if (!nrminvbasis) return TVA_REP(task, ERR_NULL_POINTER, "nrminvbasis");
     Columns cols(task->sys);

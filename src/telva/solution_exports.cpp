@@ -3,24 +3,14 @@
 // arguments in order, and changes nothing when a check fails.
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 #include "telva/solution_access.h"
+#include "telva/putget.h"
 #include "telva/store_internal.h"
 
 using namespace telva;
 
 namespace {
-
-template <class F> TVArescode guarded(TvaTask* task, F&& f) {
-  TVArescode r = task_check(task);
-  if (r != TVA_RES_OK) return r;
-  try {
-    return f();
-  } catch (const std::bad_alloc&) {
-    return TVA_REP(task, ERR_SPACE);
-  }
-}
 
 template <class T> void copy_out(T* dst, const T* src, int32 n) {
   if (dst && n > 0) std::memcpy(dst, src, sizeof(T) * static_cast<size_t>(n));
@@ -160,7 +150,7 @@ extern "C" {
 // ---- Whole solution ----
 
 TVAAPI TVArescode TVA_solutiondef(TVAtask_t task, TVAint32t whichsol, TVAint32t* isdef) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     if (isdef) *isdef = 0;
     TVArescode r = sol_check_whichsol(task, whichsol);
     if (r == TVA_RES_OK && isdef) *isdef = sol_slot(task, whichsol)->defined ? 1 : 0;
@@ -169,7 +159,7 @@ TVAAPI TVArescode TVA_solutiondef(TVAtask_t task, TVAint32t whichsol, TVAint32t*
 }
 
 TVAAPI TVArescode TVA_deletesolution(TVAtask_t task, TVAint32t whichsol) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = sol_check_whichsol(task, whichsol);
     if (r == TVA_RES_OK) sol_delete(task, whichsol);
     return r;
@@ -177,7 +167,7 @@ TVAAPI TVArescode TVA_deletesolution(TVAtask_t task, TVAint32t whichsol) {
 }
 
 TVAAPI TVArescode TVA_getprosta(TVAtask_t task, TVAint32t whichsol, TVAint32t* prosta) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = sol_check_read(task, whichsol);
     if (r == TVA_RES_OK) *prosta = sol_slot(task, whichsol)->prosta;
     return r;
@@ -185,7 +175,7 @@ TVAAPI TVArescode TVA_getprosta(TVAtask_t task, TVAint32t whichsol, TVAint32t* p
 }
 
 TVAAPI TVArescode TVA_getsolsta(TVAtask_t task, TVAint32t whichsol, TVAint32t* solsta) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = sol_check_read(task, whichsol);
     if (r == TVA_RES_OK) *solsta = sol_slot(task, whichsol)->solsta;
     return r;
@@ -196,7 +186,7 @@ TVAAPI TVArescode TVA_getsolution(TVAtask_t task, TVAint32t whichsol, TVAint32t*
                                   TVAint32t* solsta, TVAint32t* skc, TVAint32t* skx, TVAint32t* skn,
                                   double* xc, double* xx, double* y, double* slc, double* suc,
                                   double* slx, double* sux, double* snx) {
-  return guarded(task, [&] {
+  return putget_call(task, [&] {
     return get_whole(task, whichsol, prosta, solsta, skc, skx, skn, xc, xx, y, slc, suc, slx, sux,
                      snx);
   });
@@ -207,7 +197,7 @@ TVAAPI TVArescode TVA_getsolutionincallback(TVAtask_t task, TVAint32t where, TVA
                                             TVAint32t* skx, TVAint32t* skn, double* xc, double* xx,
                                             double* y, double* slc, double* suc, double* slx,
                                             double* sux, double* snx) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     if (where != TVA_CALLBACK_IM_MIO && where != TVA_CALLBACK_NEW_INT_MIO)
       return TVA_REP(task, ERR_NO_SOLUTION_IN_CALLBACK);
     return get_whole(task, whichsol, prosta, solsta, skc, skx, skn, xc, xx, y, slc, suc, slx, sux,
@@ -220,7 +210,7 @@ TVAAPI TVArescode TVA_putsolution(TVAtask_t task, TVAint32t whichsol, const TVAi
                                   const double* xx, const double* y, const double* slc,
                                   const double* suc, const double* slx, const double* sux,
                                   const double* snx) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     const int32 m = task->numcon, n = task->numvar;
     TVArescode r = sol_check_whichsol(task, whichsol);
     if (r == TVA_RES_OK && skc) r = sol_check_keys(task, SolArray::Skc, skc, m);
@@ -261,7 +251,7 @@ TVAAPI TVArescode TVA_putsolution(TVAtask_t task, TVAint32t whichsol, const TVAi
 TVAAPI TVArescode TVA_getsolutioni(TVAtask_t task, TVAint32t accmode, TVAint32t i,
                                    TVAint32t whichsol, TVAint32t* sk, double* x, double* sl,
                                    double* su, double* sn) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = sol_check_read(task, whichsol);
     if (r == TVA_RES_OK) r = check_accmode(task, accmode);
     bool con = accmode == TVA_ACC_CON;
@@ -281,7 +271,7 @@ TVAAPI TVArescode TVA_getsolutioni(TVAtask_t task, TVAint32t accmode, TVAint32t 
 TVAAPI TVArescode TVA_putsolutioni(TVAtask_t task, TVAint32t accmode, TVAint32t i,
                                    TVAint32t whichsol, TVAint32t sk, double x, double sl, double su,
                                    double sn) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = sol_check_whichsol(task, whichsol);
     if (r == TVA_RES_OK) r = check_accmode(task, accmode);
     bool con = accmode == TVA_ACC_CON;
@@ -303,7 +293,7 @@ TVAAPI TVArescode TVA_putsolutioni(TVAtask_t task, TVAint32t accmode, TVAint32t 
 }
 
 TVAAPI TVArescode TVA_putsolutionyi(TVAtask_t task, TVAint32t i, TVAint32t whichsol, double y) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = sol_check_whichsol(task, whichsol);
     if (r == TVA_RES_OK) r = check_index(task, i, task->numcon, "i");
     if (r != TVA_RES_OK || !sol_has_duals(whichsol)) return r;
@@ -317,25 +307,25 @@ TVAAPI TVArescode TVA_putsolutionyi(TVAtask_t task, TVAint32t i, TVAint32t which
 
 #define TVA_SOL_ARRAY_FAMILY(name, Item, T)                                                        \
   TVAAPI TVArescode TVA_put##name(TVAtask_t task, TVAint32t whichsol, const T* values) {           \
-    return guarded(task, [&] {                                                                     \
+    return putget_call(task, [&] {                                                                 \
       return sol_put_slice(task, whichsol, SolArray::Item, 0,                                      \
                            sol_array_count(task, SolArray::Item), values);                         \
     });                                                                                            \
   }                                                                                                \
   TVAAPI TVArescode TVA_put##name##slice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,      \
                                          TVAint32t last, const T* values) {                        \
-    return guarded(                                                                                \
+    return putget_call(                                                                            \
         task, [&] { return sol_put_slice(task, whichsol, SolArray::Item, first, last, values); }); \
   }                                                                                                \
   TVAAPI TVArescode TVA_get##name(TVAtask_t task, TVAint32t whichsol, T* values) {                 \
-    return guarded(task, [&] {                                                                     \
+    return putget_call(task, [&] {                                                                 \
       return sol_get_slice(task, whichsol, SolArray::Item, 0,                                      \
                            sol_array_count(task, SolArray::Item), values);                         \
     });                                                                                            \
   }                                                                                                \
   TVAAPI TVArescode TVA_get##name##slice(TVAtask_t task, TVAint32t whichsol, TVAint32t first,      \
                                          TVAint32t last, T* values) {                              \
-    return guarded(                                                                                \
+    return putget_call(                                                                            \
         task, [&] { return sol_get_slice(task, whichsol, SolArray::Item, first, last, values); }); \
   }
 
@@ -354,7 +344,7 @@ TVA_SOL_ARRAY_FAMILY(snx, Snx, double)
 
 TVAAPI TVArescode TVA_getsolutionslice(TVAtask_t task, TVAint32t whichsol, TVAint32t solitem,
                                        TVAint32t first, TVAint32t last, double* values) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = sol_check_whichsol(task, whichsol);
     if (r != TVA_RES_OK) return r;
     if (solitem < TVA_SOL_ITEM_XC || solitem > TVA_SOL_ITEM_SNX)
@@ -365,7 +355,7 @@ TVAAPI TVArescode TVA_getsolutionslice(TVAtask_t task, TVAint32t whichsol, TVAin
 
 TVAAPI TVArescode TVA_getreducedcosts(TVAtask_t task, TVAint32t whichsol, TVAint32t first,
                                       TVAint32t last, double* redcosts) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = sol_check_read(task, whichsol);
     if (r != TVA_RES_OK) return r;
     if (whichsol == TVA_SOL_ITG) return TVA_REP(task, ERR_NO_DUAL_FOR_ITG_SOL);
@@ -381,31 +371,31 @@ TVAAPI TVArescode TVA_getreducedcosts(TVAtask_t task, TVAint32t whichsol, TVAint
 // ---- Semidefinite part ----
 
 TVAAPI TVArescode TVA_getbarxj(TVAtask_t task, TVAint32t whichsol, TVAint32t j, double* barxj) {
-  return guarded(task, [&] { return get_bar(task, whichsol, j, barxj, false); });
+  return putget_call(task, [&] { return get_bar(task, whichsol, j, barxj, false); });
 }
 TVAAPI TVArescode TVA_getbarsj(TVAtask_t task, TVAint32t whichsol, TVAint32t j, double* barsj) {
-  return guarded(task, [&] { return get_bar(task, whichsol, j, barsj, true); });
+  return putget_call(task, [&] { return get_bar(task, whichsol, j, barsj, true); });
 }
 TVAAPI TVArescode TVA_putbarxj(TVAtask_t task, TVAint32t whichsol, TVAint32t j,
                                const double* barxj) {
-  return guarded(task, [&] { return put_bar(task, whichsol, j, barxj, false); });
+  return putget_call(task, [&] { return put_bar(task, whichsol, j, barxj, false); });
 }
 TVAAPI TVArescode TVA_putbarsj(TVAtask_t task, TVAint32t whichsol, TVAint32t j,
                                const double* barsj) {
-  return guarded(task, [&] { return put_bar(task, whichsol, j, barsj, true); });
+  return putget_call(task, [&] { return put_bar(task, whichsol, j, barsj, true); });
 }
 
 // ---- Evaluation ----
 
 TVAAPI TVArescode TVA_getprimalobj(TVAtask_t task, TVAint32t whichsol, double* primalobj) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     *primalobj = -kInfinity;
     return sol_primalobj(task, whichsol, primalobj);
   });
 }
 
 TVAAPI TVArescode TVA_getdualobj(TVAtask_t task, TVAint32t whichsol, double* dualobj) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     *dualobj = kInfinity;
     return sol_dualobj(task, whichsol, dualobj);
   });
@@ -414,8 +404,8 @@ TVAAPI TVArescode TVA_getdualobj(TVAtask_t task, TVAint32t whichsol, double* dua
 #define TVA_SOL_VIOL(name, Kind)                                                                   \
   TVAAPI TVArescode TVA_get##name(TVAtask_t task, TVAint32t whichsol, TVAint32t num,               \
                                   const TVAint32t* sub, double* viol) {                            \
-    return guarded(task,                                                                           \
-                   [&] { return get_viol(task, whichsol, num, sub, viol, ViolKind::Kind); });      \
+    return putget_call(task,                                                                       \
+                       [&] { return get_viol(task, whichsol, num, sub, viol, ViolKind::Kind); });  \
   }
 
 TVA_SOL_VIOL(pviolcon, PCon)
@@ -434,7 +424,7 @@ TVAAPI TVArescode TVA_getsolutioninfo(TVAtask_t task, TVAint32t whichsol, double
                                       double* pviolcones, double* pviolitg, double* dobj,
                                       double* dviolcon, double* dviolvar, double* dviolbarvar,
                                       double* dviolcones) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     SolutionInfo info;
     TVArescode r = sol_info(task, whichsol, &info);
     if (r != TVA_RES_OK) return r;
@@ -458,7 +448,7 @@ TVAAPI TVArescode TVA_getsolutioninfo(TVAtask_t task, TVAint32t whichsol, double
 
 TVAAPI TVArescode TVA_getprimalsolutionnorms(TVAtask_t task, TVAint32t whichsol, double* nrmxc,
                                              double* nrmxx, double* nrmbarx) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = sol_check_read(task, whichsol);
     if (r != TVA_RES_OK) return r;
     const SolutionSlot& s = *sol_slot(task, whichsol);
@@ -472,7 +462,7 @@ TVAAPI TVArescode TVA_getprimalsolutionnorms(TVAtask_t task, TVAint32t whichsol,
 TVAAPI TVArescode TVA_getdualsolutionnorms(TVAtask_t task, TVAint32t whichsol, double* nrmy,
                                            double* nrmslc, double* nrmsuc, double* nrmslx,
                                            double* nrmsux, double* nrmsnx, double* nrmbars) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = sol_check_read(task, whichsol);
     if (r != TVA_RES_OK) return r;
     const SolutionSlot& s = *sol_slot(task, whichsol);
@@ -489,7 +479,7 @@ TVAAPI TVArescode TVA_getdualsolutionnorms(TVAtask_t task, TVAint32t whichsol, d
 }
 
 TVAAPI TVArescode TVA_updatesolutioninfo(TVAtask_t task, TVAint32t whichsol) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     SolutionInfo info;
     TVArescode r = sol_info(task, whichsol, &info);
     if (r != TVA_RES_OK) return r;

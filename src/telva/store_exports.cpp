@@ -5,33 +5,25 @@
 
 using namespace telva;
 
-namespace {
-
-template <class F> TVArescode guarded(TvaTask* task, F&& f) {
-  return putget_call(task, f);
-}
-
-} // namespace
-
 extern "C" {
 
 TVAAPI TVArescode TVA_putmaxnumcon(TVAtask_t task, TVAint32t maxnumcon) {
-  return guarded(task, [&] { return store_putmaxnumcon(task, maxnumcon); });
+  return putget_call(task, [&] { return store_putmaxnumcon(task, maxnumcon); });
 }
 TVAAPI TVArescode TVA_putmaxnumvar(TVAtask_t task, TVAint32t maxnumvar) {
-  return guarded(task, [&] { return store_putmaxnumvar(task, maxnumvar); });
+  return putget_call(task, [&] { return store_putmaxnumvar(task, maxnumvar); });
 }
 TVAAPI TVArescode TVA_putmaxnumcone(TVAtask_t task, TVAint32t maxnumcone) {
-  return guarded(task, [&] { return store_putmaxnumcone(task, maxnumcone); });
+  return putget_call(task, [&] { return store_putmaxnumcone(task, maxnumcone); });
 }
 TVAAPI TVArescode TVA_putmaxnumbarvar(TVAtask_t task, TVAint32t maxnumbarvar) {
-  return guarded(task, [&] { return store_putmaxnumbarvar(task, maxnumbarvar); });
+  return putget_call(task, [&] { return store_putmaxnumbarvar(task, maxnumbarvar); });
 }
 TVAAPI TVArescode TVA_putmaxnumanz(TVAtask_t task, TVAint64t maxnumanz) {
-  return guarded(task, [&] { return store_putmaxnumanz(task, maxnumanz); });
+  return putget_call(task, [&] { return store_putmaxnumanz(task, maxnumanz); });
 }
 TVAAPI TVArescode TVA_putmaxnumqnz(TVAtask_t task, TVAint64t maxnumqnz) {
-  return guarded(task, [&] { return store_putmaxnumqnz(task, maxnumqnz); });
+  return putget_call(task, [&] { return store_putmaxnumqnz(task, maxnumqnz); });
 }
 
 TVAAPI TVArescode TVA_appendcons(TVAtask_t task, TVAint32t num) {
@@ -66,8 +58,8 @@ TVAAPI TVArescode TVA_putcone(TVAtask_t task, TVAint32t k, TVAint32t ct, double 
 TVAAPI TVArescode TVA_appendsparsesymmat(TVAtask_t task, TVAint32t dim, TVAint64t nz,
                                          const TVAint32t* subi, const TVAint32t* subj,
                                          const double* valij, TVAint64t* idx) {
-  return guarded(task,
-                 [&] { return store_appendsparsesymmat(task, dim, nz, subi, subj, valij, idx); });
+  return putget_call(
+      task, [&] { return store_appendsparsesymmat(task, dim, nz, subi, subj, valij, idx); });
 }
 TVAAPI TVArescode TVA_putbarcj(TVAtask_t task, TVAint32t j, TVAint64t num, const TVAint64t* sub,
                                const double* weights) {
@@ -93,7 +85,7 @@ TVAAPI TVArescode TVA_putbarcblocktriplet(TVAtask_t task, TVAint64t num, const T
   });
 }
 TVAAPI TVArescode TVA_getlenbarvarj(TVAtask_t task, TVAint32t j, TVAint64t* lenbarvarj) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = check_index(task, j, task->numbarvar, "j");
     if (r != TVA_RES_OK) return r;
     int64 d = task->store.bardim[j];
@@ -107,10 +99,10 @@ TVAAPI TVArescode TVA_putaij(TVAtask_t task, TVAint32t i, TVAint32t j, double ai
 }
 TVAAPI TVArescode TVA_getacol(TVAtask_t task, TVAint32t j, TVAint32t* nzj, TVAint32t* subj,
                               double* valj) {
-  return guarded(task, [&] { return store_getavec(task, true, j, nzj, subj, valj); });
+  return putget_call(task, [&] { return store_getavec(task, true, j, nzj, subj, valj); });
 }
 TVAAPI TVArescode TVA_commitchanges(TVAtask_t task) {
-  return guarded(task, [&] { return store_commit(task); });
+  return putget_call(task, [&] { return store_commit(task); });
 }
 
 TVAAPI TVArescode TVA_putqobj(TVAtask_t task, TVAint32t numqonz, const TVAint32t* qosubi,
@@ -122,7 +114,7 @@ TVAAPI TVArescode TVA_putqobjij(TVAtask_t task, TVAint32t i, TVAint32t j, double
   return putget_put(task, kChangeQ, [&] { return store_putqobjij(task, i, j, qoij); });
 }
 TVAAPI TVArescode TVA_getqobjij(TVAtask_t task, TVAint32t i, TVAint32t j, double* qoij) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     TVArescode r = check_index(task, i, task->numvar, "i");
     if (r == TVA_RES_OK) r = check_index(task, j, task->numvar, "j");
     if (r == TVA_RES_OK) *qoij = store_getqij(task, -1, i, j);
@@ -144,7 +136,7 @@ TVAAPI TVArescode TVA_putqcon(TVAtask_t task, TVAint32t numqcnz, const TVAint32t
 
 TVAAPI TVArescode TVA_getconbound(TVAtask_t task, TVAint32t i, TVAint32t* bk, double* bl,
                                   double* bu) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     if (i < 0) return TVA_REP(task, ERR_ARG_IS_TOO_SMALL, int64(i), "i");
     if (i >= task->numcon) return TVA_REP(task, ERR_ARG_IS_TOO_LARGE, int64(i), "i");
     store_getbound(task, TVA_ACC_CON, i, bk, bl, bu);
@@ -176,7 +168,7 @@ TVAAPI TVArescode TVA_removebarvars(TVAtask_t task, TVAint32t num, const TVAint3
 }
 
 TVAAPI TVArescode TVA_getprobtype(TVAtask_t task, TVAint32t* probtype) {
-  return guarded(task, [&]() -> TVArescode {
+  return putget_call(task, [&]() -> TVArescode {
     *probtype = store_probtype(task);
     return TVA_RES_OK;
   });

@@ -8,66 +8,14 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <dirent.h>
-#include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "netlib_files.h"
 #include "telva.h"
 
 namespace {
-
-#ifndef TELVA_DATA_DIR
-#define TELVA_DATA_DIR "/work/shared/data"
-#endif
-
-std::string data_dir() {
-  const char* env = std::getenv("TELVA_DATA_DIR");
-  return std::string(env ? env : TELVA_DATA_DIR) + "/netlib";
-}
-
-// name -> reference objective: the IEEE rerun value where the table has one, else the first.
-std::map<std::string, double> references(const std::string& dir) {
-  std::map<std::string, double> ref;
-  std::ifstream in(dir + "/solutions.csv");
-  std::string line;
-  std::getline(in, line);
-  while (std::getline(in, line)) {
-    std::vector<std::string> cells;
-    std::stringstream ss(line);
-    std::string cell;
-    while (std::getline(ss, cell, ','))
-      cells.push_back(cell);
-    if (cells.size() < 5) continue;
-    const std::string& v = cells.size() > 5 && !cells[5].empty() ? cells[5] : cells[4];
-    if (!v.empty()) ref[cells[0]] = std::strtod(v.c_str(), nullptr);
-  }
-  return ref;
-}
-
-std::vector<std::string> files(const std::string& dir) {
-  std::vector<std::string> out;
-  DIR* d = opendir(dir.c_str());
-  if (!d) return out;
-  while (dirent* e = readdir(d)) {
-    std::string n = e->d_name;
-    if (n.size() > 7 && n.substr(n.size() - 7) == ".mps.gz")
-      out.push_back(n.substr(0, n.size() - 7));
-  }
-  closedir(d);
-  std::sort(out.begin(), out.end());
-  // TELVA_SWEEP_ONLY=name1,name2 restricts a run to those problems.
-  if (const char* only = std::getenv("TELVA_SWEEP_ONLY")) {
-    std::string list = std::string(",") + only + ",";
-    std::vector<std::string> keep;
-    for (auto& n : out)
-      if (list.find("," + n + ",") != std::string::npos) keep.push_back(n);
-    out = keep;
-  }
-  return out;
-}
 
 struct Run {
   TVArescode read = TVA_RES_OK, opt = TVA_RES_OK;
@@ -104,9 +52,9 @@ Run solve(TVAenv_t env, const std::string& path, int32_t optimizer) {
 }
 
 void sweep_feasible(int32_t optimizer, const char* label) {
-  const std::string dir = data_dir();
-  auto ref = references(dir);
-  auto names = files(dir);
+  const std::string dir = netlib::dir();
+  auto ref = netlib::optima(dir);
+  auto names = netlib::names(dir);
   ASSERT_FALSE(names.empty()) << "no netlib files in " << dir;
   TVAenv_t env = nullptr;
   ASSERT_EQ(TVA_makeenv(&env, nullptr), TVA_RES_OK);
@@ -143,8 +91,8 @@ void sweep_feasible(int32_t optimizer, const char* label) {
 }
 
 void sweep_infeasible(int32_t optimizer, const char* label) {
-  const std::string dir = data_dir() + "/infeas";
-  auto names = files(dir);
+  const std::string dir = netlib::dir() + "/infeas";
+  auto names = netlib::names(dir);
   ASSERT_FALSE(names.empty()) << "no infeasible netlib files in " << dir;
   TVAenv_t env = nullptr;
   ASSERT_EQ(TVA_makeenv(&env, nullptr), TVA_RES_OK);

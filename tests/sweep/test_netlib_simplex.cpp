@@ -8,48 +8,22 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <dirent.h>
-#include <fstream>
 #include <map>
 #include <ostream>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "netlib_files.h"
 #include "telva.h"
 #include "../unit/farkas_check.h"
 
 namespace {
-
-#ifndef TELVA_DATA_DIR
-#define TELVA_DATA_DIR "/work/shared/data"
-#endif
-
-std::string netlib_dir() {
-  const char* env = std::getenv("TELVA_DATA_DIR");
-  return std::string(env ? env : TELVA_DATA_DIR) + "/netlib";
-}
 
 struct Case {
   int32_t optimizer;
   std::string set; // "" for the feasible set, "infeas" for the infeasible one
   std::string name;
 };
-
-std::vector<std::string> names_in(const std::string& dir) {
-  std::vector<std::string> out;
-  const std::string ext = ".mps.gz";
-  if (DIR* d = opendir(dir.c_str())) {
-    while (dirent* e = readdir(d)) {
-      std::string n = e->d_name;
-      if (n.size() > ext.size() && n.compare(n.size() - ext.size(), ext.size(), ext) == 0)
-        out.push_back(n.substr(0, n.size() - ext.size()));
-    }
-    closedir(d);
-  }
-  std::sort(out.begin(), out.end());
-  return out;
-}
 
 // The optimizers under test. The dual and free simplex join this list when they solve.
 const int32_t kOptimizers[] = {TVA_OPTIMIZER_PRIMAL_SIMPLEX};
@@ -58,30 +32,10 @@ std::vector<Case> all_cases() {
   std::vector<Case> out;
   for (int32_t opt : kOptimizers)
     for (const char* set : {"", "infeas"}) {
-      std::string dir = netlib_dir() + (*set ? std::string("/") + set : "");
-      for (const std::string& n : names_in(dir))
+      std::string dir = netlib::dir() + (*set ? std::string("/") + set : "");
+      for (const std::string& n : netlib::names(dir))
         out.push_back({opt, set, n});
     }
-  return out;
-}
-
-// name -> reference optimum (alt_objective when given: the readme's first value is the less
-// accurate one there).
-std::map<std::string, double> read_optima(const std::string& path) {
-  std::map<std::string, double> out;
-  std::ifstream in(path);
-  std::string line;
-  std::getline(in, line);
-  while (std::getline(in, line)) {
-    std::vector<std::string> cells;
-    std::stringstream ss(line);
-    std::string cell;
-    while (std::getline(ss, cell, ','))
-      cells.push_back(cell);
-    if (cells.size() < 5) continue;
-    const std::string& v = cells.size() > 5 && !cells[5].empty() ? cells[5] : cells[4];
-    if (!v.empty()) out[cells[0]] = std::atof(v.c_str());
-  }
   return out;
 }
 
@@ -103,7 +57,7 @@ protected:
 
 TEST_P(NetlibSimplex, SolvesToReference) {
   const Case& c = GetParam();
-  std::string dir = netlib_dir() + (c.set.empty() ? "" : "/" + c.set);
+  std::string dir = netlib::dir() + (c.set.empty() ? "" : "/" + c.set);
   ASSERT_EQ(TVA_readdata(task_, (dir + "/" + c.name + ".mps.gz").c_str()), TVA_RES_OK);
   ASSERT_EQ(TVA_putintparam(task_, TVA_IPAR_OPTIMIZER, c.optimizer), TVA_RES_OK);
   // A limit well inside the test timeout, so that a stalled solve fails with its own status.
@@ -134,7 +88,7 @@ TEST_P(NetlibSimplex, SolvesToReference) {
     EXPECT_LT(dvar, 1e-6 * size);
     return;
   }
-  auto optima = read_optima(netlib_dir() + "/solutions.csv");
+  auto optima = netlib::optima(netlib::dir());
   auto ref = optima.find(c.name);
   ASSERT_NE(ref, optima.end()) << c.name << " has no reference optimum";
   ASSERT_EQ(solsta, TVA_SOL_STA_OPTIMAL);

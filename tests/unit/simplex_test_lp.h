@@ -277,4 +277,20 @@ inline Lp random_lp(std::mt19937& rng, int32 m, int32 n, double density) {
   return lp;
 }
 
+// Size and density of a random problem.
+struct Shape {
+  int32 m, n;
+  double density;
+};
+
+// maximize 3x + 5y: x <= 4, 2y <= 12, 3x + 2y <= 18, x, y >= 0. Optimum 36 at (2, 6).
+inline Lp textbook() {
+  Lp lp(3);
+  lp.maximize = true;
+  lp.row(0, -kInf, 4), lp.row(1, -kInf, 12), lp.row(2, -kInf, 18);
+  lp.col(3, 0, kInf, {{0, 1}, {2, 3}});
+  lp.col(5, 0, kInf, {{1, 2}, {2, 2}});
+  return lp;
+}
+
 } // namespace simtest

@@ -9,24 +9,9 @@ using namespace simtest;
 
 namespace {
 
-struct Shape {
-  int32 m, n;
-  double density;
-};
-
 // Total iterations of all optimizers of a run.
 int32 alliters(const Result& r) {
   return r.stat.iter[0] + r.stat.iter[1] + r.stat.iter[2] + r.stat.iter[3];
-}
-
-// maximize 3x + 5y: x <= 4, 2y <= 12, 3x + 2y <= 18, x, y >= 0. Optimum 36 at (2, 6).
-Lp textbook() {
-  Lp lp(3);
-  lp.maximize = true;
-  lp.row(0, -kInf, 4), lp.row(1, -kInf, 12), lp.row(2, -kInf, 18);
-  lp.col(3, 0, kInf, {{0, 1}, {2, 3}});
-  lp.col(5, 0, kInf, {{1, 2}, {2, 2}});
-  return lp;
 }
 
 } // namespace

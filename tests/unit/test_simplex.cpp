@@ -18,16 +18,6 @@ SimplexSettings with_rule(int32 rule, int32 restrict = 50) {
   return s;
 }
 
-// maximize 3x + 5y: x <= 4, 2y <= 12, 3x + 2y <= 18, x, y >= 0. Optimum 36 at (2, 6).
-Lp textbook() {
-  Lp lp(3);
-  lp.maximize = true;
-  lp.row(0, -kInf, 4), lp.row(1, -kInf, 12), lp.row(2, -kInf, 18);
-  lp.col(3, 0, kInf, {{0, 1}, {2, 3}});
-  lp.col(5, 0, kInf, {{1, 2}, {2, 2}});
-  return lp;
-}
-
 } // namespace
 
 TEST(SimplexSmall, TextbookMaximumUnderEveryRule) {

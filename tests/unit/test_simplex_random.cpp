@@ -7,15 +7,6 @@
 using namespace telva;
 using namespace simtest;
 
-namespace {
-
-struct Shape {
-  int32 m, n;
-  double density;
-};
-
-} // namespace
-
 TEST(SimplexRandom, OptimalityConditionsUnderEveryRule) {
   Sys s;
   std::mt19937 rng(20261123);
