@@ -169,8 +169,7 @@ int32 simplex_optimize(sysenv* sys, const SimplexSettings& settings, SimplexStat
 // 5 devex, 6..9 their restricted forms, 10 partial with the weights of if_method) and
 // if_method, from the settings and the shape of the problem.
 void psimplex_choosepricing(const SimplexSettings& s, int32 numcon, int32 numvar, int32 numfixedvar,
-                            int32 maxcollen, int32 hotstart, int32* if_method,
-                            int32* select_method);
+                            int32 hotstart, int32* if_method, int32* select_method);
 
 // Scale factors of the rows and columns (scaled A = R A C). Returns false on no memory.
 bool simplex_computescalingcoldstart(sysenv* sys, const SimplexSettings& s, const SimplexLp& lp,

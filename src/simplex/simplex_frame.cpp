@@ -341,12 +341,10 @@ int32 run(sysenv* sys, const SimplexSettings& S, SimplexStat* st, const SimplexL
   if (lu_alloc(sys, m, m, &W.f) != kLuOk) return kSimSpace;
   lu_settol(W.f, 2, S.lutolrel);
 
-  int32 nfixed = 0, maxcol = 0;
-  for (int32 j = 0; j < nv; ++j) {
+  int32 nfixed = 0;
+  for (int32 j = 0; j < nv; ++j)
     nfixed += lp.blx[j] == lp.bux[j];
-    maxcol = std::max(maxcol, lp.aptr[j + 1] - lp.aptr[j]);
-  }
-  psimplex_choosepricing(S, m, nv, nfixed, maxcol, S.hotstart, &W.ifmethod, &W.selmethod);
+  psimplex_choosepricing(S, m, nv, nfixed, S.hotstart, &W.ifmethod, &W.selmethod);
   auto base = [](int32 r) { return r >= 6 && r <= 9 ? r - 4 : r; };
   W.weightrule = W.selmethod == 10 ? base(W.ifmethod) : base(W.selmethod);
   if (W.weightrule < 3 || W.weightrule > 5) W.weightrule = 0;

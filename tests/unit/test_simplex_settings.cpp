@@ -58,53 +58,44 @@ TEST_F(SimplexSettingsTask, RestrictedSteepestEdge) {
   ASSERT_EQ(TVA_putintparam(task, TVA_IPAR_SIM_PRIMAL_RESTRICT_SELECTION, 51), 0);
   simplex_settings_fromtask(task, &s);
   int32 ifm = 0, sel = 0;
-  psimplex_choosepricing(s, 100, 200, 0, 5, 0, &ifm, &sel);
+  psimplex_choosepricing(s, 100, 200, 0, 0, &ifm, &sel);
   EXPECT_EQ(sel, 8);
   ASSERT_EQ(TVA_putintparam(task, TVA_IPAR_SIM_PRIMAL_RESTRICT_SELECTION, 50), 0);
   simplex_settings_fromtask(task, &s);
-  psimplex_choosepricing(s, 100, 200, 0, 5, 0, &ifm, &sel);
+  psimplex_choosepricing(s, 100, 200, 0, 0, &ifm, &sel);
   EXPECT_EQ(sel, 4);
 }
 
 TEST(SimplexPricingChoice, FreeRuleFollowsTheShape) {
   SimplexSettings s;
   int32 ifm = 0, sel = 0;
-  // Columns of length at most 2 and rho above 3: partial.
-  psimplex_choosepricing(s, 100, 400, 0, 2, 0, &ifm, &sel);
-  EXPECT_EQ(sel, 1);
-  EXPECT_EQ(ifm, 1);
-  // rho = (n - fixed + 1.5 m) / m through the table's rows.
-  struct Row {
-    int32 n, r, ifm, sel;
-  } rows[] = {{200, 50, 5, 10}, {300, 50, 7, 10},  {300, 40, 3, 10}, {500, 40, 7, 10},
-              {500, 20, 3, 10}, {1000, 50, 1, 10}, {5000, 50, 1, 1}};
-  for (const Row& r : rows) {
-    s.primalrestrict = r.r;
-    psimplex_choosepricing(s, 100, r.n, 0, 5, 0, &ifm, &sel);
-    EXPECT_EQ(ifm, r.ifm) << "n " << r.n;
-    EXPECT_EQ(sel, r.sel) << "n " << r.n;
+  // Cold starts: sections scored with devex weights whatever the shape.
+  for (int32 n : {120, 300, 500, 1000, 5000}) {
+    psimplex_choosepricing(s, 100, n, 0, 0, &ifm, &sel);
+    EXPECT_EQ(ifm, 5) << "n " << n;
+    EXPECT_EQ(sel, 10) << "n " << n;
   }
-  // Fixed columns do not count.
   s.primalrestrict = 50;
-  psimplex_choosepricing(s, 100, 5000, 4800, 5, 0, &ifm, &sel);
-  EXPECT_EQ(sel, 10);
-  EXPECT_EQ(ifm, 5);
   // Hot starts.
-  psimplex_choosepricing(s, 100, 7000, 0, 5, 6, &ifm, &sel);
+  psimplex_choosepricing(s, 100, 7000, 0, 6, &ifm, &sel);
   EXPECT_EQ(sel, 1);
-  psimplex_choosepricing(s, 100, 2000, 0, 5, 6, &ifm, &sel);
+  // Fixed columns do not count: with 6,900 of 7,000 fixed the problem is narrow.
+  psimplex_choosepricing(s, 100, 7000, 6900, 6, &ifm, &sel);
+  EXPECT_EQ(sel, 10);
+  EXPECT_EQ(ifm, 7);
+  psimplex_choosepricing(s, 100, 2000, 0, 6, &ifm, &sel);
   EXPECT_EQ(sel, 10);
   EXPECT_EQ(ifm, 1);
   s.maxiter[kSimPrimal] = 1000, s.primalrestrict = 40;
-  psimplex_choosepricing(s, 100, 300, 0, 5, 6, &ifm, &sel);
+  psimplex_choosepricing(s, 100, 300, 0, 6, &ifm, &sel);
   EXPECT_EQ(sel, 3);
   EXPECT_EQ(ifm, 3);
   // Out of the table.
   s.primalselect = 42, s.primalrestrict = 20;
-  psimplex_choosepricing(s, 100, 300, 0, 5, 0, &ifm, &sel);
+  psimplex_choosepricing(s, 100, 300, 0, 0, &ifm, &sel);
   EXPECT_EQ(sel, 3);
   s.primalrestrict = 60;
-  psimplex_choosepricing(s, 100, 300, 0, 5, 0, &ifm, &sel);
+  psimplex_choosepricing(s, 100, 300, 0, 0, &ifm, &sel);
   EXPECT_EQ(sel, 7);
 }
 
