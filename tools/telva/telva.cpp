@@ -123,8 +123,11 @@ std::string optimizer_value(const std::string& name) {
   return v;
 }
 
+// Log text goes out as it comes, so that a long solve shows its progress even when the output
+// is a file or a pipe.
 void print_stream(void* /*handle*/, const char* text) {
   std::fputs(text, stdout);
+  std::fflush(stdout);
 }
 
 // Prints the task's last failure (code, symbolic name and message) on stderr.
@@ -198,6 +201,9 @@ int run(TVAtask_t task, const Options& opt) {
   TVArescode trm = TVA_RES_OK;
   if ((r = TVA_optimizetrm(task, &trm)) != TVA_RES_OK) return fail(task, r, "optimizing");
   if (!opt.quiet) {
+    char symname[TVA_MAX_STR_LEN] = "", desc[TVA_MAX_STR_LEN] = "";
+    TVA_getcodedesc(trm, symname, desc);
+    std::printf("Optimizer terminated with %s: %s\n", symname, desc);
     TVA_optimizersummary(task, TVA_STREAM_LOG);
     TVA_solutionsummary(task, TVA_STREAM_LOG);
   }
