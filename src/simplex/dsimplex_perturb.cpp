@@ -87,11 +87,14 @@ void dsimplex_perturbcosts(DualState& D, int32 level) {
   SimWork& W = D.W;
   if (level <= 0) return;
   // Size from the costs: relative to each cost, with a floor tied to the largest cost so that a
-  // problem with large costs gets perturbations above its round-off.
+  // problem with large costs gets perturbations above its round-off. The relative size 5e-5
+  // is large enough that massively degenerate models (few distinct costs over many columns)
+  // take real dual steps, and small enough that the optimal basis of the perturbed problem
+  // is almost always optimal for the true one.
   double cmax = 0.0;
   for (int32 k = W.m; k < W.n; ++k)
     cmax = std::max(cmax, std::fabs(W.cost[k]));
-  double base = 5e-7 * (level == 2 ? 10.0 : (level == 4 ? 0.1 : 1.0));
+  double base = 5e-5 * (level == 2 ? 10.0 : (level == 4 ? 0.1 : 1.0));
   double floor = cmax > 0.0 ? std::min(1.0, cmax) : 1.0;
   for (int32 k = W.m; k < W.n; ++k) {
     if (W.pos[k] >= 0 || W.lb[k] == W.ub[k]) continue;
