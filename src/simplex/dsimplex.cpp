@@ -151,7 +151,6 @@ int32 dsimplex_optimize(DualState& D) {
   int32 code = kSimOk;
   bool needfactor = false, verified = false;
   int32 lastlog = -1;
-  const int32 refreq = S.refactorfreq[o] > 0 ? S.refactorfreq[o] : 100;
   for (;;) {
     if (st->iter[o] >= S.maxiter[o]) {
       code = kSimMaxIterations;
@@ -243,11 +242,17 @@ int32 dsimplex_optimize(DualState& D) {
         continue;
       }
       if (rel > 1e-3 || std::fabs(ar) <= W.tolpiv) {
-        D.dse[r] *= 1e4; // this row is put off
+        // Fresh factors that disagree with themselves: the basis is ill-conditioned for the
+        // LU's pivot threshold. A stricter threshold gives more accurate factors of the same
+        // basis; once it is at its limit, this row is put off.
         if (++st->setbacks[o] > S.maxsetbacks[o]) {
           code = kSimMaxSetbacks;
           break;
         }
+        if (simplex_tightenlu(W))
+          needfactor = true;
+        else
+          D.dse[r] *= 1e4;
         continue;
       }
     }
@@ -333,7 +338,10 @@ int32 dsimplex_optimize(DualState& D) {
       code = kSimSpace;
       break;
     }
-    if (ust != kLuOk || D.updates >= refreq) needfactor = true;
+    // The factors advise a refactorization when the updates have made the solves dearer than
+    // a fresh factorization would; a frequency set by the user comes on top.
+    if (ust != kLuOk) needfactor = true;
+    if (S.refactorfreq[o] > 0 && D.updates >= S.refactorfreq[o]) needfactor = true;
   }
   D.col.clear(), D.row.clear(), D.rho.clear(), D.tau.clear(), D.flipcol.clear();
   std::fill(W.colv.begin(), W.colv.end(), 0.0);

@@ -63,7 +63,10 @@ Step psimplex_stepsize(SimWork& W, int32 q, int32 dir) {
     if (std::fabs(a[p]) <= W.tolpiv) continue;
     double delta = -dir * a[p];
     if (!blocking(W, p, delta, &dist, &target, &tolower)) continue;
-    thmax = std::min(thmax, (std::max(dist, 0.0) + W.harris) / std::fabs(delta));
+    // The margin counts from the bound, not from the value: a variable already within the
+    // tolerance band beyond its bound may not be pushed further out, or it leaves the band
+    // and phase one comes back for it.
+    thmax = std::min(thmax, std::max(dist + W.harris, 0.0) / std::fabs(delta));
   }
   Step s;
   double bestpiv = 0.0, besttight = 0.0;
@@ -114,7 +117,17 @@ Step psimplex_stepsize_phase1(SimWork& W, int32 q, int32 dir) {
     const double v = W.x[k], l = W.lb[k], u = W.ub[k];
     auto add = [&](double bound, bool tolower) { // the variable moves toward bound
       double dist = delta > 0.0 ? bound - v : v - bound;
-      br.push_back({std::max(dist, 0.0) / w, w, bound, p, tolower ? 1 : 0});
+      if (dist < 0.0) {
+        // Feasible within the tolerance but beyond the bound: the bound moves to the value,
+        // so that the infeasibility the step model counts from the bound is the one measured
+        // once the variable leaves the band. Otherwise a step can raise the measured sum by
+        // up to the tolerance per such variable while the model says it falls, and phase one
+        // cycles on the tiny steps near feasibility.
+        (tolower ? W.lb[k] : W.ub[k]) = v;
+        W.shifted = true;
+        bound = v, dist = 0.0;
+      }
+      br.push_back({dist / w, w, bound, dist, p, tolower ? 1 : 0});
     };
     if (delta > 0.0) {
       if (v < l - W.tolx) add(l, true);
@@ -137,12 +150,16 @@ Step psimplex_stepsize_phase1(SimWork& W, int32 q, int32 dir) {
     rate -= br[i].w;
   }
   if (stop >= 0) {
-    // Among the breakpoints within the Harris margin of the stop, the largest pivot leaves.
+    // Harris from the stop on: the step may go as far as keeps every breakpoint from there
+    // within the margin beyond its bound; among the breakpoints it reaches, the largest pivot
+    // leaves.
+    const int32 nb = (int32)br.size();
+    double thmax = kSimInf;
+    for (int32 i = stop; i < nb && br[i].t <= thmax; ++i)
+      thmax = std::min(thmax, std::max(br[i].dist + W.harris, 0.0) / br[i].w);
     int32 best = stop;
-    for (int32 i = stop + 1; i < (int32)br.size(); ++i) {
-      if (br[i].t > br[stop].t + W.harris / br[i].w) break;
+    for (int32 i = stop + 1; i < nb && br[i].t <= thmax; ++i)
       if (br[i].w > br[best].w) best = i;
-    }
     const PhaseOneBreak& b = br[best];
     s.r = b.p, s.target = b.target, s.tolower = b.tolower != 0;
     s.theta = b.t;
@@ -452,13 +469,21 @@ int32 simplex_primaloptimizer(SimWork& W) {
       double p = W.alpha[s.r], prow = W.rowa[q];
       if (std::fabs(p - prow) > 1e-8 * (1.0 + std::fabs(p))) {
         // Row and column disagree on the pivot: the factors have lost accuracy. Fresh factors
-        // first; if they were fresh, the candidate is refused for now.
-        if (W.itersincefactor == 0) W.rejected[q] = 1;
+        // first, an ordinary event after many updates. Fresh factors that disagree are a
+        // set-back: they are made again with a stricter pivot threshold, and once that is at
+        // its limit the candidate is refused for now.
+        const bool fresh = W.itersincefactor == 0;
         clear_work(W);
         needfactor = true;
-        if (++st->setbacks[o] > S.maxsetbacks[o]) {
-          code = kSimMaxSetbacks;
-          break;
+        if (fresh) {
+          if (simplex_tightenlu(W))
+            W.itersincefactor = 1; // the same basis, factorized again
+          else
+            W.rejected[q] = 1;
+          if (++st->setbacks[o] > S.maxsetbacks[o]) {
+            code = kSimMaxSetbacks;
+            break;
+          }
         }
         continue;
       }

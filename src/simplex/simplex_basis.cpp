@@ -40,6 +40,14 @@ void simplex_setnonbasic(SimWork& W, int32 k, double value) {
   }
 }
 
+bool simplex_tightenlu(SimWork& W) {
+  constexpr double kMax = 0.5; // beyond this threshold partial pivoting buys little accuracy
+  const double tol = lu_gettol(W.f, 2);
+  if (tol >= kMax) return false;
+  lu_settol(W.f, 2, std::min(kMax, std::max(0.1, 4.0 * tol)));
+  return true;
+}
+
 int32 simplex_refactor(SimWork& W, int32* inserted) {
   const int32 m = W.m;
   *inserted = 0;

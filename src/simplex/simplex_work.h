@@ -15,9 +15,9 @@ namespace telva {
 
 // A breakpoint of phase one's piecewise linear objective along a primal step: at step t the
 // basic variable at position p reaches target (its lower bound if tolower), and the rate at
-// which the sum of infeasibilities falls drops by w.
+// which the sum of infeasibilities falls drops by w; dist is the distance to target.
 struct PhaseOneBreak {
-  double t, w, target;
+  double t, w, target, dist;
   int32 p, tolower;
 };
 
@@ -125,6 +125,9 @@ inline bool sim_isinf(double b) {
 // Factorizes the basis of head; singular columns are replaced by logicals of the rows left
 // without pivot and go to a bound. Returns an internal code; *inserted counts replacements.
 int32 simplex_refactor(SimWork& W, int32* inserted);
+// Asks the LU for a stricter relative pivot threshold, after fresh factors were found
+// inaccurate; false when it is at its limit already.
+bool simplex_tightenlu(SimWork& W);
 // Values of the basic variables from the nonbasic ones, with one round of refinement.
 void simplex_recomputexb(SimWork& W);
 // Phase costs and the duals and reduced costs that go with them. Sets phase, suminf, numinf.
