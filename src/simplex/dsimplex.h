@@ -63,8 +63,7 @@ struct DualState {
   double coldensity = 0.0;
   int32 badevents = 0;
   int32 lastbad = -1000;
-  int32 updates = 0;  // updates since the last factorization
-  int32 removals = 0; // times the changed costs were restored
+  int32 updates = 0; // updates since the last factorization
 };
 
 // Dual feasibility of a nonbasic index with reduced cost dk: the violation, 0 when feasible.
