@@ -44,7 +44,8 @@ struct DualState {
   explicit DualState(SimWork& w)
       : W(w), dse(SysAllocator<double>(w.sys)), viol(SysAllocator<double>(w.sys)), rho(w.sys),
         row(w.sys), col(w.sys), tau(w.sys), flipcol(w.sys), cand(SysAllocator<DCand>(w.sys)),
-        flips(SysAllocator<int32>(w.sys)), truecost(SysAllocator<double>(w.sys)) {}
+        flips(SysAllocator<int32>(w.sys)), relaxed(SysAllocator<double>(w.sys)),
+        truecost(SysAllocator<double>(w.sys)) {}
   SimWork& W;
   SysVector<double> dse;  // dual steepest-edge weights per basis position
   SysVector<double> viol; // primal infeasibility per basis position, 0 when within tolx
@@ -55,14 +56,15 @@ struct DualState {
   DSparse flipcol;        // B^-1 of the summed columns of the bound flips (positions)
   SysVector<DCand> cand;
   SysVector<int32> flips;
+  SysVector<double> relaxed;  // suffix minima of the relaxed ratios in the ratio test
   SysVector<double> truecost; // costs before perturbation and shifting
   int32 rule = 4;             // 4 exact dual steepest edge, 3 approximate, 2 plain infeasibility
   bool phase1 = false;        // running the auxiliary box problem of phase one
   bool costchanged = false;   // perturbed or shifted costs
-  double rhodensity = 0.0;    // running density of rho, for the choice of sparse solves
-  double coldensity = 0.0;
   int32 badevents = 0;
   int32 lastbad = -1000;
+  double rhodensity = 0.0; // running density of rho, for the choice of sparse solves
+  double coldensity = 0.0;
   int32 updates = 0; // updates since the last factorization
 };
 

@@ -51,51 +51,74 @@ int32 dsimplex_minratio_boundswap(DualState& D, int32 dir, double slope, double*
     big = std::max(big, a);
     D.cand.push_back({k, a, std::max(feas, 0.0) / a});
   }
-  int32 nrem = (int32)D.cand.size();
+  const int32 nc = (int32)D.cand.size();
   DCand* c = D.cand.data();
   const double tols = W.tols;
+  // The group c[s..e): it passes to its other bounds while the slope stays positive (true),
+  // or the entering index is chosen from it.
   int32 enter = -1;
-  while (nrem > 0) {
-    double tmax = kSimInf;
-    for (int32 i = 0; i < nrem; ++i)
-      tmax = std::min(tmax, c[i].ratio + tols / c[i].a);
-    // The group: candidates with ratio within tmax, moved to the front.
-    int32 ng = 0;
+  auto decide = [&](int32 s, int32 e) {
     double reduce = 0.0, gbig = 0.0;
-    for (int32 i = 0; i < nrem; ++i) {
-      if (c[i].ratio > tmax) continue;
-      std::swap(c[i], c[ng]);
-      int32 k = c[ng].k;
-      double range = W.ub[k] - W.lb[k];
-      reduce += sim_isinf(W.lb[k]) || sim_isinf(W.ub[k]) ? kSimInf : c[ng].a * range;
-      gbig = std::max(gbig, c[ng].a);
-      ++ng;
+    for (int32 i = s; i < e; ++i) {
+      const int32 k = c[i].k;
+      reduce += sim_isinf(W.lb[k]) || sim_isinf(W.ub[k]) ? kSimInf : c[i].a * (W.ub[k] - W.lb[k]);
+      gbig = std::max(gbig, c[i].a);
     }
     // The last group passed over leaves no candidate: that proves infeasibility only when the
     // slope stays clearly positive, so a remaining slope within the primal tolerance enters.
-    const double need = ng == nrem ? W.tolx : 0.0;
+    const double need = e == nc ? W.tolx : 0.0;
     if (slope - reduce > need) {
-      // The whole group passes to its other bounds and the slope stays positive.
-      for (int32 i = 0; i < ng; ++i)
+      for (int32 i = s; i < e; ++i)
         D.flips.push_back(c[i].k);
       slope -= reduce;
-      // Move the tail over the group.
-      int32 keep = nrem - ng;
-      for (int32 i = 0; i < keep; ++i)
-        c[i] = c[ng + i];
-      nrem = keep;
-      continue;
+      return true;
     }
-    // Enter from this group: the largest pivot, ties broken at random; a pivot that is
-    // unstable against the row's largest entry is refused if a stable one is in the group.
+    // The largest pivot, ties broken at random; a pivot that is unstable against the row's
+    // largest entry is refused if a stable one is in the group.
     double bestscore = -1.0;
-    for (int32 i = 0; i < ng; ++i) {
+    for (int32 i = s; i < e; ++i) {
       double score = c[i].a * (1.0 + 1e-3 * simplex_random(W.stat));
       if (unstable(c[i].a, big) && c[i].a < gbig) score *= 1e-3;
       if (score > bestscore) bestscore = score, enter = i;
     }
-    *step = c[enter].ratio;
-    return c[enter].k;
+    return false;
+  };
+  // Most rows end in their first group or two: those are found by scans of the rest, each
+  // moving its group to the front of what is left.
+  int32 s = 0;
+  for (int32 pass = 0; pass < 4 && s < nc; ++pass) {
+    double tmax = kSimInf;
+    for (int32 i = s; i < nc; ++i)
+      tmax = std::min(tmax, c[i].ratio + tols / c[i].a);
+    int32 e = s;
+    for (int32 i = s; i < nc; ++i)
+      if (c[i].ratio <= tmax) std::swap(c[i], c[e++]);
+    if (!decide(s, e)) {
+      *step = c[enter].ratio;
+      return c[enter].k;
+    }
+    s = e;
+  }
+  // Long runs of bound flips: the rest in order of ratio, and the Harris bound of the group
+  // starting at s is the smallest relaxed ratio from s on, kept as suffix minima, so that each
+  // further group costs its own length only.
+  if (s < nc) {
+    std::sort(c + s, c + nc, [](const DCand& x, const DCand& y) { return x.ratio < y.ratio; });
+    SysVector<double>& relaxed = D.relaxed;
+    relaxed.resize(nc + 1);
+    relaxed[nc] = kSimInf;
+    for (int32 i = nc - 1; i >= s; --i)
+      relaxed[i] = std::min(relaxed[i + 1], c[i].ratio + tols / c[i].a);
+    while (s < nc) {
+      int32 e = s;
+      while (e < nc && c[e].ratio <= relaxed[s])
+        ++e;
+      if (!decide(s, e)) {
+        *step = c[enter].ratio;
+        return c[enter].k;
+      }
+      s = e;
+    }
   }
   return -1;
 }
