@@ -350,6 +350,9 @@ int32 dsimplex_optimize(DualState& D) {
     if (ust != kLuOk) needfactor = true;
     if (S.refactorfreq[o] > 0 && D.updates >= S.refactorfreq[o]) needfactor = true;
   }
+  // The last iteration's line, so that the table ends where the run did.
+  if (S.logfreq[o] > 0 && st->iter[o] != lastlog && report(D, 59) && code == kSimOk)
+    code = kSimUserCallback;
   D.col.clear(), D.row.clear(), D.rho.clear(), D.tau.clear(), D.flipcol.clear();
   std::fill(W.colv.begin(), W.colv.end(), 0.0);
   return code;

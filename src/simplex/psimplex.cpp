@@ -328,7 +328,7 @@ int32 simplex_primaloptimizer(SimWork& W) {
   int32 code = kSimOk;
   bool needfactor = true, needduals = true;
   bool verified = false;
-  int32 laststable = 0;
+  int32 laststable = -1;
   // Phase one's costs of the basic variables (-1 below, +1 above the bounds, else 0). While a
   // pivot leaves them as they were, the duals are updated with the pivot row like phase two's;
   // a change of any of them makes a fresh computation.
@@ -569,6 +569,9 @@ int32 simplex_primaloptimizer(SimWork& W) {
     if (S.refactorfreq[o] > 0 && W.itersincefactor >= S.refactorfreq[o]) needfactor = true;
   }
   clear_work(W);
+  // The last iteration's line, so that the table ends where the run did.
+  if (S.logfreq[o] > 0 && st->iter[o] != laststable && report(W, 47) && code == kSimOk)
+    code = kSimUserCallback;
   W.tols = tolsuser;
   if (report(W, 49) && code == kSimOk) code = kSimUserCallback;
   return code;

@@ -80,8 +80,9 @@ int32 simplex_route_progress(void* handle, const SimplexProgress* p) {
   d.time = p->time;
   d.tottime = task->dinf[TVA_DINF_SIM_TIME];
   int32 status = event_report(task, p->event, &now, &d);
-  // The iteration table of an optimizer starts under its "started" line.
-  if ((p->event == 44 || p->event == 56) && log_area_on(task, TVA_IPAR_LOG_SIM, false)) {
+  // The iteration table of an optimizer starts once it is set up: under the primal's
+  // "started" line (its setup lines come before it), under the dual's "setup terminated".
+  if ((p->event == 44 || p->event == 58) && log_area_on(task, TVA_IPAR_LOG_SIM, false)) {
     char head[128];
     simplex_progressheader(head, sizeof head);
     task_printf(task, TVA_STREAM_MSG, "%s", head);

