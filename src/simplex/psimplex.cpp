@@ -127,7 +127,7 @@ Step psimplex_stepsize_phase1(SimWork& W, int32 q, int32 dir) {
         W.shifted = true;
         bound = v, dist = 0.0;
       }
-      br.push_back({dist / w, w, bound, dist, p, tolower ? 1 : 0});
+      br.push_back({dist / w, w, bound, p, tolower ? 1 : 0});
     };
     if (delta > 0.0) {
       if (v < l - W.tolx) add(l, true);
@@ -156,7 +156,7 @@ Step psimplex_stepsize_phase1(SimWork& W, int32 q, int32 dir) {
     const int32 nb = (int32)br.size();
     double thmax = kSimInf;
     for (int32 i = stop; i < nb && br[i].t <= thmax; ++i)
-      thmax = std::min(thmax, std::max(br[i].dist + W.harris, 0.0) / br[i].w);
+      thmax = std::min(thmax, br[i].t + W.harris / br[i].w);
     int32 best = stop;
     for (int32 i = stop + 1; i < nb && br[i].t <= thmax; ++i)
       if (br[i].w > br[best].w) best = i;

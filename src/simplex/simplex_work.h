@@ -15,9 +15,9 @@ namespace telva {
 
 // A breakpoint of phase one's piecewise linear objective along a primal step: at step t the
 // basic variable at position p reaches target (its lower bound if tolower), and the rate at
-// which the sum of infeasibilities falls drops by w; dist is the distance to target.
+// which the sum of infeasibilities falls drops by w.
 struct PhaseOneBreak {
-  double t, w, target, dist;
+  double t, w, target;
   int32 p, tolower;
 };
 

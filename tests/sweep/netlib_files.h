@@ -22,11 +22,9 @@ inline std::string dir() {
   return std::string(env ? env : TELVA_DATA_DIR) + "/netlib";
 }
 
-// The names of the NAME.mps.gz files of dir, sorted; TELVA_SWEEP_ONLY=name1,name2 restricts
-// a run to those problems.
-inline std::vector<std::string> names(const std::string& dir) {
+// The names (without ext) of the files of dir that end in ext, sorted.
+inline std::vector<std::string> files_in(const std::string& dir, const std::string& ext) {
   std::vector<std::string> out;
-  const std::string ext = ".mps.gz";
   if (DIR* d = opendir(dir.c_str())) {
     while (dirent* e = readdir(d)) {
       std::string n = e->d_name;
@@ -36,6 +34,13 @@ inline std::vector<std::string> names(const std::string& dir) {
     closedir(d);
   }
   std::sort(out.begin(), out.end());
+  return out;
+}
+
+// The names of the NAME.mps.gz files of dir, sorted; TELVA_SWEEP_ONLY=name1,name2 restricts
+// a run to those problems.
+inline std::vector<std::string> names(const std::string& dir) {
+  std::vector<std::string> out = files_in(dir, ".mps.gz");
   if (const char* only = std::getenv("TELVA_SWEEP_ONLY")) {
     std::string list = std::string(",") + only + ",";
     std::vector<std::string> keep;

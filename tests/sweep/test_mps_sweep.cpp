@@ -1,13 +1,13 @@
 // Every MPS and QPS file of the benchmark sets: it reads, its counts agree with the set's
 // solutions.csv, and a write in each layout reads back to the same problem.
 #include <cstdlib>
-#include <dirent.h>
 #include <fstream>
 #include <map>
 #include <sstream>
 #include <unistd.h>
 
 #include "../unit/mps_fixture.h"
+#include "netlib_files.h"
 
 namespace {
 
@@ -46,20 +46,6 @@ Table read_csv(const std::string& path) {
   return t;
 }
 
-std::vector<std::string> files_in(const std::string& dir, const std::string& ext) {
-  std::vector<std::string> out;
-  DIR* d = opendir(dir.c_str());
-  if (!d) return out;
-  while (dirent* e = readdir(d)) {
-    std::string n = e->d_name;
-    if (n.size() > ext.size() && n.compare(n.size() - ext.size(), ext.size(), ext) == 0)
-      out.push_back(n.substr(0, n.size() - ext.size()));
-  }
-  closedir(d);
-  std::sort(out.begin(), out.end());
-  return out;
-}
-
 int64 count_nz(const SysVector<double>& v) {
   int64 n = 0;
   for (double x : v)
@@ -85,7 +71,7 @@ protected:
     if (access((dir + "/solutions.csv").c_str(), R_OK) != 0)
       GTEST_SKIP() << dir << " is not there (set TELVA_DATA_DIR)";
     Table csv = read_csv(dir + "/solutions.csv");
-    std::vector<std::string> names = only.empty() ? files_in(dir, ext) : only;
+    std::vector<std::string> names = only.empty() ? netlib::files_in(dir, ext) : only;
     ASSERT_FALSE(names.empty()) << "no files in " << dir;
     for (const std::string& name : names) {
       MpsModel m(sys_);
