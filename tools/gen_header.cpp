@@ -1,5 +1,5 @@
 // Writes the enumeration section of include/telva.h from the catalogue tables in
-// src/telva/tables, so that every code, parameter, item and constant is defined in one
+// src/telva/catalog/tables, so that every code, parameter, item and constant is defined in one
 // place. Usage:
 //   gen_header HEADER            rewrite the section between the markers in HEADER
 //   gen_header --check HEADER    exit 1 (and say so) if the section is out of date
@@ -37,7 +37,7 @@ std::string generate() {
 
   std::vector<Entry> codes;
 #define TVA_RESCODE(NAME, VALUE, DESC, TEMPLATE) codes.push_back({#NAME, #VALUE});
-#include "../src/telva/tables/rescodes.def"
+#include "../src/telva/catalog/tables/rescodes.def"
 #undef TVA_RESCODE
   os << "/* Response codes: 0 is success, below 1000 warnings, 1000 to 9999 errors,\n"
         "   10000 and up reasons for which an optimizer ended. */\n";
@@ -59,29 +59,29 @@ std::string generate() {
     family = #FAMILY;                                                                              \
   }                                                                                                \
   members.push_back({#NAME, #VALUE});
-#include "../src/telva/tables/symcons.def"
+#include "../src/telva/catalog/tables/symcons.def"
 #undef TVA_SYMCON
   flush();
 
   std::vector<Entry> ip, dp, sp, di, ii, li, cb;
 #define TVA_IPAR(NAME, IDX, DEF, KIND, MIN, MAX, FAM) ip.push_back({#NAME, #IDX});
-#include "../src/telva/tables/iparams.def"
+#include "../src/telva/catalog/tables/iparams.def"
 #undef TVA_IPAR
 #define TVA_DPAR(NAME, IDX, DEF, KIND, MIN, MAX) dp.push_back({#NAME, #IDX});
-#include "../src/telva/tables/dparams.def"
+#include "../src/telva/catalog/tables/dparams.def"
 #undef TVA_DPAR
 #define TVA_SPAR(NAME, IDX, DEF) sp.push_back({#NAME, #IDX});
-#include "../src/telva/tables/sparams.def"
+#include "../src/telva/catalog/tables/sparams.def"
 #undef TVA_SPAR
 #define TVA_DINF(NAME, IDX) di.push_back({#NAME, #IDX});
 #define TVA_IINF(NAME, IDX) ii.push_back({#NAME, #IDX});
 #define TVA_LIINF(NAME, IDX) li.push_back({#NAME, #IDX});
-#include "../src/telva/tables/infitems.def"
+#include "../src/telva/catalog/tables/infitems.def"
 #undef TVA_DINF
 #undef TVA_IINF
 #undef TVA_LIINF
 #define TVA_CALLBACK(NAME, VALUE) cb.push_back({#NAME, #VALUE});
-#include "../src/telva/tables/callbacks.def"
+#include "../src/telva/catalog/tables/callbacks.def"
 #undef TVA_CALLBACK
 
   // Integer parameter indices have gaps, so the count is the largest index plus one.

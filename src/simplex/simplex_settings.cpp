@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "simplex/simplex.h"
-#include "telva/task.h"
+#include "telva/task/task.h"
 
 namespace telva {
 

@@ -7,9 +7,9 @@
 #include "cpub/sysalloc.h"
 #include "simplex/simplex.h"
 #include "simplex/simplex_basisrec.h"
-#include "telva/report.h"
-#include "telva/solution.h"
-#include "telva/store.h"
+#include "telva/log/report.h"
+#include "telva/solution/solution.h"
+#include "telva/store/store.h"
 
 namespace telva {
 

@@ -4,8 +4,8 @@
 #include <cstdio>
 
 #include "simplex/simplex_task.h"
-#include "telva/events.h"
-#include "telva/taskprint.h"
+#include "telva/log/events.h"
+#include "telva/log/taskprint.h"
 
 namespace telva {
 

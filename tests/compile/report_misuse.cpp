@@ -1,6 +1,6 @@
 // TVA_REP checks its arguments against the code's template at compile time. Case 0 is a
 // correct call and must compile; every other case must be refused by the compiler.
-#include "telva/report.h"
+#include "telva/log/report.h"
 
 TVArescode use(TvaTask* task) {
 #if CASE == 0

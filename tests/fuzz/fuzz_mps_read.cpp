@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "telva/mpsread.h"
-#include "telva/mpswrite.h"
+#include "telva/files/mps/mpsread.h"
+#include "telva/files/mps/mpswrite.h"
 
 using namespace telva;
 

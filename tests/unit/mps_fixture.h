@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "cpub/sysfile.h"
-#include "telva/mpsmodel.h"
-#include "telva/mpsread.h"
-#include "telva/mpswrite.h"
+#include "telva/files/mps/mpsmodel.h"
+#include "telva/files/mps/mpsread.h"
+#include "telva/files/mps/mpswrite.h"
 
 namespace mpstest {
 

@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "telva.h"
-#include "telva/drvsol.h"
-#include "telva/events.h"
-#include "telva/optimize.h"
-#include "telva/store.h"
-#include "telva/task.h"
+#include "telva/solution/drvsol.h"
+#include "telva/log/events.h"
+#include "telva/optimize/optimize.h"
+#include "telva/store/store.h"
+#include "telva/task/task.h"
 
 namespace opttest {
 

@@ -8,8 +8,8 @@
 #include <tuple>
 #include <vector>
 
-#include "telva/store.h"
-#include "telva/task.h"
+#include "telva/store/store.h"
+#include "telva/task/task.h"
 
 namespace storetest {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "telva.h"
-#include "telva/task.h"
+#include "telva/task/task.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The solver log: the lines of a run, the level test with its cut on later runs, halved
 // areas, the problem heading and the call-level lines.
 #include "optimize_fixture.h"
-#include "telva/replog.h"
+#include "telva/log/replog.h"
 
 #include <regex>
 

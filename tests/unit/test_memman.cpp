@@ -14,7 +14,7 @@
 #include "cpub/md5.h"
 #include "cpub/memman.h"
 #include "telva.h"
-#include "telva/task.h"
+#include "telva/task/task.h"
 
 using namespace telva;
 

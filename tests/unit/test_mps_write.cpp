@@ -7,7 +7,7 @@
 #include <random>
 
 #include "mps_fixture.h"
-#include "telva/mpsnumber.h"
+#include "telva/files/mps/mpsnumber.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "telva.h"
-#include "telva/store.h"
-#include "telva/task.h"
+#include "telva/store/store.h"
+#include "telva/task/task.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "param_fixture.h"
-#include "telva/symtable.h"
+#include "telva/catalog/symtable.h"
 
 namespace {
 
@@ -23,17 +23,17 @@ struct Row {
 
 const Row kIparRows[] = {
 #define TVA_IPAR(NAME, IDX, DEF, KIND, MIN, MAX, FAM) {"TVA_IPAR_" #NAME, TVA_IPAR_##NAME, IDX},
-#include "telva/tables/iparams.def"
+#include "telva/catalog/tables/iparams.def"
 #undef TVA_IPAR
 };
 const Row kDparRows[] = {
 #define TVA_DPAR(NAME, IDX, DEF, KIND, MIN, MAX) {"TVA_DPAR_" #NAME, TVA_DPAR_##NAME, IDX},
-#include "telva/tables/dparams.def"
+#include "telva/catalog/tables/dparams.def"
 #undef TVA_DPAR
 };
 const Row kSparRows[] = {
 #define TVA_SPAR(NAME, IDX, DEF) {"TVA_SPAR_" #NAME, TVA_SPAR_##NAME, IDX},
-#include "telva/tables/sparams.def"
+#include "telva/catalog/tables/sparams.def"
 #undef TVA_SPAR
 };
 

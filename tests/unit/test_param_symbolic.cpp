@@ -18,17 +18,17 @@ struct Named {
 };
 const Named kFamilyConsts[] = {
 #define TVA_SYMCON(FAMILY, NAME, VALUE) {"TVA_" #NAME, TVA_##NAME},
-#include "telva/tables/symcons.def"
+#include "telva/catalog/tables/symcons.def"
 #undef TVA_SYMCON
 };
 const Named kCallbacks[] = {
 #define TVA_CALLBACK(NAME, VALUE) {"TVA_CALLBACK_" #NAME, TVA_CALLBACK_##NAME},
-#include "telva/tables/callbacks.def"
+#include "telva/catalog/tables/callbacks.def"
 #undef TVA_CALLBACK
 };
 constexpr int kNumRescodes = 0
 #define TVA_RESCODE(NAME, VALUE, DESC, TEMPLATE) +1
-#include "telva/tables/rescodes.def"
+#include "telva/catalog/tables/rescodes.def"
 #undef TVA_RESCODE
     ;
 

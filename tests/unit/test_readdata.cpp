@@ -11,9 +11,9 @@
 
 #include "telva.h"
 #include "cpub/sysfile.h"
-#include "telva/datafile.h"
-#include "telva/mpstask.h"
-#include "telva/task.h"
+#include "telva/files/datafile.h"
+#include "telva/files/mps/mpstask.h"
+#include "telva/task/task.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "telva/fatal.h"
-#include "telva/report.h"
+#include "telva/task/fatal.h"
+#include "telva/log/report.h"
 
 using namespace telva;
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "telva.h"
-#include "telva/solution.h"
-#include "telva/task.h"
+#include "telva/solution/solution.h"
+#include "telva/task/task.h"
 
 using namespace telva;
 

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "telva.h"
-#include "telva/solution.h"
-#include "telva/store.h"
-#include "telva/task.h"
+#include "telva/solution/solution.h"
+#include "telva/store/store.h"
+#include "telva/task/task.h"
 
 using namespace telva;
 

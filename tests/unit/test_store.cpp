@@ -9,8 +9,8 @@
 
 #include "store_snapshot.h"
 #include "telva.h"
-#include "telva/store.h"
-#include "telva/task.h"
+#include "telva/store/store.h"
+#include "telva/task/task.h"
 
 using namespace telva;
 using storetest::snapshot;

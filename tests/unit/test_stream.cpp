@@ -12,9 +12,9 @@
 #include <zlib.h>
 
 #include "misc/utf8bld.h"
-#include "telva/env.h"
-#include "telva/task.h"
-#include "telva/taskprint.h"
+#include "telva/task/env.h"
+#include "telva/task/task.h"
+#include "telva/log/taskprint.h"
 
 using namespace telva;
 

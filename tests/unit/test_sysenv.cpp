@@ -13,7 +13,7 @@
 #include "cpub/sysatomic.h"
 #include "cpub/syscpu.h"
 #include "cpub/sysenv.h"
-#include "telva/env.h"
+#include "telva/task/env.h"
 
 namespace {
 

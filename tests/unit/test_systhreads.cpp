@@ -10,8 +10,8 @@
 #include "cpub/sysparfor.h"
 #include "cpub/sysworker.h"
 #include "telva.h"
-#include "telva/task.h"
-#include "telva/threads.h"
+#include "telva/task/task.h"
+#include "telva/task/threads.h"
 
 namespace {
 

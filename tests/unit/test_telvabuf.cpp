@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "telva/telvabuf.h"
+#include "telva/task/telvabuf.h"
 
 using namespace telva;
 
