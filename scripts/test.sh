@@ -4,6 +4,16 @@
 # Long instance sweeps carry the CTest label "sweep" and are left out here.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+# The data tests read the public benchmark sets in place; without them the run fails at once.
+data_dir=${TELVA_DATA_DIR:-$(pwd)/../shared/data}
+if [ ! -r "$data_dir/netlib/solutions.csv" ]; then
+  echo "error: the benchmark sets are not in $data_dir (expected ../shared/data beside the" \
+       "checkout, or set TELVA_DATA_DIR)" >&2
+  exit 1
+fi
+export TELVA_DATA_DIR=$(cd "$data_dir" && pwd)
+
 scripts/install_deps.sh
 jobs=$(nproc)
 

@@ -11,15 +11,12 @@
 #include <string>
 #include <vector>
 
-#ifndef TELVA_DATA_DIR
-#define TELVA_DATA_DIR "/work/shared/data"
-#endif
+#include "test_data.h"
 
 namespace netlib {
 
 inline std::string dir() {
-  const char* env = std::getenv("TELVA_DATA_DIR");
-  return std::string(env ? env : TELVA_DATA_DIR) + "/netlib";
+  return testdata::path("netlib");
 }
 
 // The names (without ext) of the files of dir that end in ext, sorted.

@@ -13,15 +13,6 @@ namespace {
 
 using namespace mpstest;
 
-#ifndef TELVA_DATA_DIR
-#define TELVA_DATA_DIR "/work/shared/data"
-#endif
-
-std::string data_dir() {
-  const char* env = std::getenv("TELVA_DATA_DIR");
-  return env ? env : TELVA_DATA_DIR;
-}
-
 // name -> column -> text
 using Table = std::map<std::string, std::map<std::string, std::string>>;
 
@@ -67,9 +58,8 @@ protected:
   template <class Check>
   void sweep(const std::string& set, const std::string& ext, bool keep_free, Check check,
              const std::vector<std::string>& only = {}) {
-    std::string dir = data_dir() + "/" + set;
-    if (access((dir + "/solutions.csv").c_str(), R_OK) != 0)
-      GTEST_SKIP() << dir << " is not there (set TELVA_DATA_DIR)";
+    std::string dir = testdata::path(set);
+    ASSERT_TRUE(testdata::readable(dir + "/solutions.csv"));
     Table csv = read_csv(dir + "/solutions.csv");
     std::vector<std::string> names = only.empty() ? netlib::files_in(dir, ext) : only;
     ASSERT_FALSE(names.empty()) << "no files in " << dir;

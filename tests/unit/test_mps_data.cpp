@@ -1,24 +1,17 @@
 // A few benchmark files read in place, checked against their solutions.csv counts and written
 // and read back in every layout (the whole sets run in the sweep tests).
-#include <cstdlib>
-#include <unistd.h>
-
 #include "mps_fixture.h"
+#include "test_data.h"
 
 namespace {
 
 using namespace mpstest;
 
-std::string data_dir() {
-  const char* env = std::getenv("TELVA_DATA_DIR");
-  return env ? env : "/work/shared/data";
-}
-
 class MpsData : public MpsTest {
 protected:
   void read(const std::string& rel, MpsModel* m, bool keep_free = false) {
-    std::string path = data_dir() + "/" + rel;
-    if (access(path.c_str(), R_OK) != 0) GTEST_SKIP() << path << " is not there";
+    std::string path = testdata::path(rel);
+    ASSERT_TRUE(testdata::readable(path));
     MpsReadOptions o = options(TVA_MPS_FORMAT_STRICT);
     o.keep_free_con = keep_free;
     ASSERT_EQ(read_file(path, o, m), TVA_RES_OK) << rel << " line " << err_.line;
@@ -28,7 +21,7 @@ protected:
 TEST_F(MpsData, AfiroWithObjectiveConstantFromTheRhs) {
   MpsModel m(sys_);
   read("netlib/e226.mps.gz", &m);
-  if (HasFatalFailure() || IsSkipped()) return;
+  if (HasFatalFailure()) return;
   // netlib table: 224 rows with the objective, 282 columns, 2767 non-zeros with c.
   EXPECT_EQ(m.numcon(), 223);
   EXPECT_EQ(m.numvar(), 282);
@@ -44,7 +37,7 @@ TEST_F(MpsData, AfiroWithObjectiveConstantFromTheRhs) {
 TEST_F(MpsData, ForplanNamesWithBlanksAndRanges) {
   MpsModel m(sys_);
   read("netlib/forplan.mps.gz", &m);
-  if (HasFatalFailure() || IsSkipped()) return;
+  if (HasFatalFailure()) return;
   EXPECT_EQ(m.numcon() + 1, 162);
   EXPECT_EQ(m.numvar(), 421);
   EXPECT_GE(m.con_names.find("DEDO3 1R"), 0);
@@ -60,7 +53,7 @@ TEST_F(MpsData, ForplanNamesWithBlanksAndRanges) {
 TEST_F(MpsData, MarkersAndIntegerBounds) {
   MpsModel m(sys_);
   read("miplib/p0033.mps.gz", &m);
-  if (HasFatalFailure() || IsSkipped()) return;
+  if (HasFatalFailure()) return;
   EXPECT_EQ(m.numcon(), 16);
   EXPECT_EQ(m.numvar(), 33);
   EXPECT_EQ(m.numintvar(), 33);
@@ -77,7 +70,7 @@ TEST_F(MpsData, MarkersAndIntegerBounds) {
 TEST_F(MpsData, QuadraticObjective) {
   MpsModel m(sys_);
   read("qp/HS21.qps.gz", &m);
-  if (HasFatalFailure() || IsSkipped()) return;
+  if (HasFatalFailure()) return;
   EXPECT_EQ(m.numcon(), 1);
   EXPECT_EQ(m.numvar(), 2);
   EXPECT_EQ(m.cfix, -100.0);

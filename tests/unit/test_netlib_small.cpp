@@ -14,13 +14,9 @@
 
 #include "telva.h"
 #include "farkas_check.h"
+#include "test_data.h"
 
 namespace {
-
-std::string data_dir() {
-  const char* env = std::getenv("TELVA_DATA_DIR");
-  return env ? env : "/work/shared/data";
-}
 
 class NetlibSmall : public ::testing::Test {
 protected:
@@ -30,10 +26,11 @@ protected:
       TVA_deletetask(&t);
     TVA_deleteenv(&env_);
   }
-  // A task with the problem read and the primal simplex chosen; null (and the test skipped)
-  // when the data are not there.
+  // A task with the problem read and the primal simplex chosen; null (after a failure naming
+  // the path) when the file cannot be read.
   TVAtask_t load(const std::string& rel) {
-    std::string path = data_dir() + "/" + rel;
+    std::string path = testdata::path(rel);
+    EXPECT_TRUE(testdata::readable(path));
     if (access(path.c_str(), R_OK) != 0) return nullptr;
     TVAtask_t t = nullptr;
     EXPECT_EQ(TVA_maketask(env_, 0, 0, &t), TVA_RES_OK);
@@ -70,7 +67,7 @@ TEST_F(NetlibSmall, FeasibleProblemsReachTheirOptimumWithAKktPoint) {
   for (const Pinned& c : cases) {
     SCOPED_TRACE(c.name);
     TVAtask_t t = load(std::string("netlib/") + c.name + ".mps.gz");
-    if (!t) GTEST_SKIP() << "netlib data not there";
+    ASSERT_NE(t, nullptr);
     ASSERT_EQ(solve(t), TVA_SOL_STA_OPTIMAL);
     double pobj, pcon, pvar, dobj, dcon, dvar;
     ASSERT_EQ(TVA_getsolutioninfo(t, TVA_SOL_BAS, &pobj, &pcon, &pvar, nullptr, nullptr, nullptr,
@@ -90,7 +87,7 @@ TEST_F(NetlibSmall, InfeasibleProblemsEndWithAConfirmedCertificate) {
   for (const char* name : {"itest2", "itest6", "klein1"}) {
     SCOPED_TRACE(name);
     TVAtask_t t = load(std::string("netlib/infeas/") + name + ".mps.gz");
-    if (!t) GTEST_SKIP() << "netlib data not there";
+    ASSERT_NE(t, nullptr);
     ASSERT_EQ(solve(t), TVA_SOL_STA_PRIM_INFEAS_CER);
     int32_t prosta = -1;
     TVA_getprosta(t, TVA_SOL_BAS, &prosta);
@@ -113,7 +110,7 @@ TEST_F(NetlibSmall, InfeasibleProblemsEndWithAConfirmedCertificate) {
 TEST_F(NetlibSmall, WarmStartAfterACostChangeAgreesWithAColdStart) {
   TVAtask_t warm = load("netlib/share2b.mps.gz");
   TVAtask_t cold = load("netlib/share2b.mps.gz");
-  if (!warm || !cold) GTEST_SKIP() << "netlib data not there";
+  ASSERT_TRUE(warm && cold);
   ASSERT_EQ(solve(warm), TVA_SOL_STA_OPTIMAL);
   // Make the most expensive basic variable dearer, so that the old basis stops being optimal.
   int32_t n = 0;

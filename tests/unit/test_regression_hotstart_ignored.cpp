@@ -7,17 +7,15 @@
 #include <cmath>
 #include <cstdlib>
 #include <string>
-#include <unistd.h>
 
 #include "telva.h"
+#include "test_data.h"
 
 namespace {
 
 TEST(HotstartIgnored, OptimalBasisRestartsWithoutWork) {
-  std::string path = std::string(std::getenv("TELVA_DATA_DIR") ? std::getenv("TELVA_DATA_DIR")
-                                                               : "/work/shared/data") +
-                     "/netlib/share2b.mps.gz";
-  if (access(path.c_str(), R_OK) != 0) GTEST_SKIP() << path << " is not there";
+  std::string path = testdata::path("netlib/share2b.mps.gz");
+  ASSERT_TRUE(testdata::readable(path));
   TVAenv_t env = nullptr;
   TVAtask_t task = nullptr;
   ASSERT_EQ(TVA_makeenv(&env, nullptr), TVA_RES_OK);
