@@ -53,7 +53,9 @@ void print_help(std::FILE* out) {
       "                            dual_simplex, free_simplex, mixed_int, or the full\n"
       "                            symbolic name TVA_OPTIMIZER_...\n"
       "  -o, --write FILE          write the problem to FILE after reading it; the format\n"
-      "                            comes from the extension of FILE, .gz compresses\n"
+      "                            comes from the extension of FILE, .gz compresses. With\n"
+      "                            -o alone telva converts and stops; -O or -s make it\n"
+      "                            optimize as well\n"
       "  -q, --quiet               print nothing but errors\n"
       "  -s, --solution            print the primal and dual values of the solution\n"
       "  -h, --help                print this text\n"
@@ -194,9 +196,11 @@ int run(TVAtask_t task, const Options& opt) {
   if (!opt.write_file.empty() && (r = TVA_writedata(task, opt.write_file.c_str())) != TVA_RES_OK)
     return fail(task, r, ("writing " + opt.write_file).c_str());
 
-    // ---- Optimize and the solution ----
-    // Built only when the library declares its optimize driver; the solution printing comes
-    // with it.
+  // ---- Optimize and the solution ----
+  // Built only when the library declares its optimize driver; the solution printing comes
+  // with it.
+  // A conversion (-o) optimizes only when asked to with -O or -s.
+  if (!opt.write_file.empty() && opt.optimizer.empty() && !opt.solution) return kExitOk;
 #ifdef TELVA_HAVE_OPTIMIZE
   TVArescode trm = TVA_RES_OK;
   if ((r = TVA_optimizetrm(task, &trm)) != TVA_RES_OK) return fail(task, r, "optimizing");

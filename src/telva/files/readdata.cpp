@@ -2,10 +2,13 @@
 // and the read summary.
 #include <new>
 
+#include "telva/files/cbf/cbffile.h"
 #include "telva/files/datafile.h"
+#include "telva/files/lp/lpfile.h"
 #include "telva/files/mps/mpsread.h"
 #include "telva/files/mps/mpsreport.h"
 #include "telva/files/mps/mpstask.h"
+#include "telva/files/opf/opffile.h"
 #include "telva/catalog/params.h"
 #include "telva/log/report.h"
 #include "telva/log/taskprint.h"
@@ -103,6 +106,15 @@ TVArescode read_dispatch(TvaTask* task, sysfile* file, int32 format) {
       break;
     case TVA_DATA_FORMAT_FREE_MPS:
       r = read_mps(task, file, true);
+      break;
+    case TVA_DATA_FORMAT_LP:
+      r = lp_read(task, textsource_file(file));
+      break;
+    case TVA_DATA_FORMAT_OP:
+      r = opf_read(task, textsource_file(file), OpfReadOptions{});
+      break;
+    case TVA_DATA_FORMAT_CB:
+      r = cbf_read(task, textsource_file(file), CbfReadOptions{});
       break;
     default:
       // The other formats have no reader in this build; XML and 0 never have one.

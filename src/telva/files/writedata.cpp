@@ -2,10 +2,13 @@
 // dispatch to the writers.
 #include <new>
 
+#include "telva/files/cbf/cbffile.h"
 #include "telva/files/datafile.h"
+#include "telva/files/lp/lpfile.h"
 #include "telva/files/mps/mpsreport.h"
 #include "telva/files/mps/mpstask.h"
 #include "telva/files/mps/mpswrite.h"
+#include "telva/files/opf/opffile.h"
 #include "telva/log/report.h"
 #include "telva/log/taskprint.h"
 
@@ -22,6 +25,8 @@ TVArescode check_format_fits(TvaTask* task, int32 format) {
     return TVA_REP(task, ERR_INVALID_FILE_FORMAT_FOR_SYM_MAT);
   if (task->numcone > 0 && (format == TVA_DATA_FORMAT_LP || format == TVA_DATA_FORMAT_XML))
     return TVA_REP(task, ERR_INVALID_FILE_FORMAT_FOR_CONES);
+  if (format == TVA_DATA_FORMAT_CB && (store_has_qobj(task) || store_has_qcon(task)))
+    return TVA_REP(task, ERR_INVALID_FILE_FORMAT_FOR_QUADRATIC_TERMS);
   if (store_is_nl(task)) return TVA_REP(task, ERR_INVALID_FILE_FORMAT_FOR_GENERAL_NL);
   return TVA_RES_OK;
 }
@@ -48,8 +53,43 @@ TVArescode write_mps(TvaTask* task, sysfile* file, const char* name) {
   }
 }
 
+// The writers of the text formats other than MPS; their failures of content are reported by
+// the writers themselves.
+TVArescode write_text(TvaTask* task, sysfile* file, const char* name, int32 format) {
+  TVArescode r = TVA_RES_OK;
+  const int32* ip = task->iparam;
+  bool generic = ip[TVA_IPAR_WRITE_GENERIC_NAMES] != 0;
+  if (format == TVA_DATA_FORMAT_LP) {
+    LpWriteOptions opt;
+    opt.generic_names = generic;
+    opt.strict = ip[TVA_IPAR_WRITE_LP_STRICT_FORMAT] != 0;
+    opt.line_width = ip[TVA_IPAR_WRITE_LP_LINE_WIDTH];
+    opt.terms_per_line = ip[TVA_IPAR_WRITE_LP_TERMS_PER_LINE];
+    opt.full_obj = ip[TVA_IPAR_WRITE_LP_FULL_OBJ] != 0;
+    opt.precision = ip[TVA_IPAR_WRITE_PRECISION];
+    r = lp_write(task, textsink_file(file), opt);
+  } else if (format == TVA_DATA_FORMAT_OP) {
+    OpfWriteOptions opt;
+    opt.generic_names = generic;
+    opt.header = ip[TVA_IPAR_OPF_WRITE_HEADER] != 0;
+    opt.hints = ip[TVA_IPAR_OPF_WRITE_HINTS] != 0;
+    opt.problem = ip[TVA_IPAR_OPF_WRITE_PROBLEM] != 0;
+    opt.parameters = ip[TVA_IPAR_OPF_WRITE_PARAMETERS] != 0;
+    opt.terms_per_line = ip[TVA_IPAR_OPF_MAX_TERMS_PER_LINE];
+    opt.precision = ip[TVA_IPAR_WRITE_PRECISION];
+    r = opf_write(task, textsink_file(file), opt);
+  } else {
+    r = cbf_write(task, textsink_file(file));
+  }
+  if (r == TVA_RES_ERR_FILE_WRITE) return TVA_REP(task, ERR_FILE_WRITE, name);
+  if (r == TVA_RES_ERR_SPACE) return TVA_REP(task, ERR_SPACE);
+  return r;
+}
+
 bool has_writer(int32 format) {
-  return format == TVA_DATA_FORMAT_MPS || format == TVA_DATA_FORMAT_FREE_MPS;
+  return format == TVA_DATA_FORMAT_MPS || format == TVA_DATA_FORMAT_FREE_MPS ||
+         format == TVA_DATA_FORMAT_LP || format == TVA_DATA_FORMAT_OP ||
+         format == TVA_DATA_FORMAT_CB;
 }
 
 TVArescode write_file(TvaTask* task, const char* name, int32 format, int32 compress) {
@@ -67,7 +107,10 @@ TVArescode write_file(TvaTask* task, const char* name, int32 format, int32 compr
   SysTimer start;
   sysenv_timer_stamp(task->sys, &start);
   if (log) task_printf(task, TVA_STREAM_MSG, "Start writing.\n");
-  r = write_mps(task, file, name);
+  if (format == TVA_DATA_FORMAT_MPS || format == TVA_DATA_FORMAT_FREE_MPS)
+    r = write_mps(task, file, name);
+  else
+    r = write_text(task, file, name, format);
   if (sysfile_close(&file) != kSysOk && r == TVA_RES_OK) r = TVA_REP(task, ERR_FILE_WRITE, name);
   if (log)
     task_printf(task, TVA_STREAM_MSG, "done writing. Time: %.2f\n\n",
