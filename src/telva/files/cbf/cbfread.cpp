@@ -210,7 +210,8 @@ TVArescode Reader::read_objsense() {
     echo();
     return TVA_REP(task_, ERR_CBF_OBJ_SENSE, lineno_);
   }
-  return TVA_RES_OK;
+  // After the coordinates began the task stands already.
+  return built_ ? store_putobjsense(task_, sense_) : TVA_RES_OK;
 }
 
 // VAR or CON: "n k", then k lines "domain size" whose sizes add up to n.

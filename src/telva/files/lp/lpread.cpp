@@ -39,10 +39,13 @@ private:
   const LpToken& t() const { return lex_.tok(); }
   int32 kind() const { return lex_.tok().kind; }
   void next() { lex_.next(); }
-  TVArescode syntax() {
+  TVArescode syntax() { return syntax_at(lex_.line()); }
+  TVArescode syntax_at(int64 line) {
     if (lex_.failed()) return TVA_REP(task_, ERR_FILE_READ, "");
-    return TVA_REP(task_, ERR_LP_FILE_FORMAT, static_cast<uint64_t>(lex_.line()));
+    return TVA_REP(task_, ERR_LP_FILE_FORMAT, static_cast<uint64_t>(line));
   }
+  // A value that its place does not allow: the fault is on the value's line.
+  TVArescode bad_value() { return syntax_at(value_line_); }
   bool is_name() const { return kind() == kLpName; }
   bool is_comparison() const {
     return kind() == kLpLess || kind() == kLpLessEq || kind() == kLpGreater ||
@@ -69,6 +72,7 @@ private:
   TvaTask* task_;
   sysenv* sys_;
   LpLexer lex_;
+  int64 value_line_ = 1; // the line of the last value read
 
   MpsNames names_; // variables
   SysVector<double> var_bl_, var_bu_;
@@ -118,6 +122,7 @@ TVArescode Reader::value(double* v, bool allow_infinity) {
     return syntax();
   }
   if (std::fabs(*v) >= kInfinity) *v = sign * kInfinity; // a number beyond 1e30 is no bound
+  value_line_ = t().line;
   next();
   return TVA_RES_OK;
 }
@@ -245,11 +250,11 @@ TVArescode Reader::constraint() {
     double v = 0.0;
     if ((r = value(&v, true)) != TVA_RES_OK) return r;
     if (is_less()) {
-      if (v >= kInfinity) return syntax();
+      if (v >= kInfinity) return bad_value();
       lo = v;
       first_lower = true;
     } else if (is_greater()) {
-      if (v <= -kInfinity) return syntax();
+      if (v <= -kInfinity) return bad_value();
       up = v;
     } else {
       return syntax();
@@ -268,15 +273,15 @@ TVArescode Reader::constraint() {
     if ((r = value(&v, true)) != TVA_RES_OK) return r;
     bool less = op == kLpLess || op == kLpLessEq;
     bool greater = op == kLpGreater || op == kLpGreaterEq;
-    if (first_bound && (op == kLpEq || less != first_lower)) return syntax();
+    if (first_bound && (op == kLpEq || less != first_lower)) return bad_value();
     if (op == kLpEq) {
-      if (std::fabs(v) >= kInfinity) return syntax();
+      if (std::fabs(v) >= kInfinity) return bad_value();
       lo = up = v;
     } else if (less) {
-      if (v <= -kInfinity) return syntax();
+      if (v <= -kInfinity) return bad_value();
       up = v;
     } else if (greater) {
-      if (v >= kInfinity) return syntax();
+      if (v >= kInfinity) return bad_value();
       lo = v;
     }
   } else if (!first_bound) {
@@ -329,12 +334,12 @@ TVArescode Reader::bound() {
     if (!is_name()) return syntax();
     j = var();
     next();
-    if (!side(less, true, v)) return syntax();
+    if (!side(less, true, v)) return bad_value();
     if (is_less() || is_greater()) {
       less = is_less();
       next();
       if ((r = value(&v, true)) != TVA_RES_OK) return r;
-      if (!side(less, false, v)) return syntax();
+      if (!side(less, false, v)) return bad_value();
     }
   } else if (is_name()) {
     j = var();
@@ -355,7 +360,7 @@ TVArescode Reader::bound() {
       next();
       double v = 0.0;
       if ((r = value(&v, true)) != TVA_RES_OK) return r;
-      if (!side(less, false, v)) return syntax();
+      if (!side(less, false, v)) return bad_value();
     } else {
       return syntax();
     }
