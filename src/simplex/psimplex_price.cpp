@@ -299,4 +299,52 @@ double psimplex_weighterror(SimWork& W) {
   return worst;
 }
 
+void psimplex_choosepricing(const SimplexSettings& s, int32 numcon, int32 numvar, int32 numfixedvar,
+                            int32 hotstart, int32* if_method, int32* select_method) {
+  const int32 r = s.primalrestrict;
+  const double rho = ((numvar - numfixedvar) + 1.5 * numcon) / std::max(1, numcon);
+  int32 ifm = 1, sel = 1;
+  switch (s.primalselect) {
+  case 0:
+    if (hotstart == 0) {
+      // Sections of the columns scored with devex weights. Plain partial pricing or the
+      // approximate steepest edge take 4 to 25 times the iterations on degenerate problems
+      // (d6cube, fit2d, qap12); devex is never far behind them elsewhere.
+      ifm = 5, sel = 10;
+    } else {
+      if (rho >= 60.0)
+        ifm = 1, sel = 1;
+      else if (rho >= 10.0)
+        ifm = 1, sel = 10;
+      else if (s.maxiter[kSimPrimal] < 2000 && r < 50)
+        ifm = 3, sel = 3;
+      else
+        ifm = 7, sel = 10;
+    }
+    break;
+  case 1:
+    sel = 1, ifm = 1;
+    break;
+  case 2:
+  case 3:
+  case 4:
+  case 5:
+    sel = r > 50 ? s.primalselect + 4 : s.primalselect;
+    ifm = sel;
+    break;
+  case 6:
+  case 7:
+  case 8:
+  case 9:
+    sel = ifm = s.primalselect;
+    break;
+  default:
+    sel = ifm = r < 30 ? 3 : 7;
+    break;
+  }
+  if (ifm == 0) ifm = 1;
+  *if_method = ifm;
+  *select_method = sel;
+}
+
 } // namespace telva

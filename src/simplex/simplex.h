@@ -10,8 +10,6 @@
 #include "cpub/sysenv.h"
 #include "telva.h"
 
-struct TvaTask;
-
 namespace telva {
 
 struct SimplexBasis;
@@ -64,12 +62,6 @@ struct SimplexSettings {
   double lutolrel = 0.01;
   int32 deblev = 0; // 2: pricing weights checked every 25th pivot, 3: after every pivot
 };
-
-// The response code of an internal answer code, for the driver.
-TVArescode simplex_rescode(int32 code);
-
-// Copies the task's parameters into a settings record, recoding the symbolic values.
-void simplex_settings_fromtask(const TvaTask* task, SimplexSettings* s);
 
 // Counts of one run, one block per optimizer number.
 struct SimplexStat {

@@ -5,6 +5,7 @@
 
 #include "param_fixture.h"
 #include "simplex_test_lp.h"
+#include "telva/optimize/simplex_task.h"
 
 using namespace telva;
 using namespace simtest;

@@ -10,7 +10,7 @@
 #include <cstdio>
 
 #include "simplex/simplex_basisrec.h"
-#include "simplex/simplex_task.h"
+#include "telva/optimize/simplex_task.h"
 #include "telva/store/putget.h"
 #include "telva/log/report.h"
 #include "telva/solution/solution.h"

@@ -1,7 +1,7 @@
 // TVA_optimizetrm and TVA_optimize: the frame of a run around the optimizer chains.
 #include "telva/optimize/optimize.h"
 
-#include "simplex/simplex_task.h"
+#include "telva/optimize/simplex_task.h"
 
 #include "telva/solution/drvsol.h"
 #include "telva/log/events.h"

@@ -1,4 +1,6 @@
-// The simplex entry of the optimize driver.
+// The simplex entry of the optimize driver: the task's parameters become the engine's settings,
+// its problem the engine's input, the engine's answer the basic solution, its progress reports
+// the task's events, and its answer codes response codes.
 #pragma once
 
 #include "cpub/sysalloc.h"
@@ -6,6 +8,12 @@
 #include "telva/task/task.h"
 
 namespace telva {
+
+// Copies the task's parameters into a settings record, recoding the symbolic values.
+void simplex_settings_fromtask(const TvaTask* task, SimplexSettings* s);
+
+// The response code of an internal answer code of the engine.
+TVArescode simplex_rescode(int32 code);
 
 // Solves the task's linear problem by the simplex engine into the basic solution slot.
 TVArescode simplex_task_optimize(TvaTask* task);

@@ -1,6 +1,6 @@
 // The simplex entry of the optimize driver: the task's linear problem goes to the simplex
 // engine, and its answer comes back into the basic solution slot.
-#include "simplex/simplex_task.h"
+#include "telva/optimize/simplex_task.h"
 
 #include <new>
 

@@ -3,7 +3,7 @@
 // information items brought up to date first so that the callback sees them.
 #include <cstdio>
 
-#include "simplex/simplex_task.h"
+#include "telva/optimize/simplex_task.h"
 #include "telva/log/events.h"
 #include "telva/log/taskprint.h"
 
