@@ -14,6 +14,11 @@ namespace telva {
 
 namespace {
 
+// The side of a bound that is not there, and the value of the words for infinity, while a
+// file is read; the store gets its own infinity at the end. A number, however large, is a
+// bound.
+constexpr double kNoBound = HUGE_VAL;
+
 struct QEntry {
   int32 i, j;
   double v;
@@ -58,7 +63,7 @@ private:
   }
 
   // The variable of the current name token, made when new with bounds [lo, up].
-  int32 var(double lo = 0.0, double up = kInfinity);
+  int32 var(double lo = 0.0, double up = kNoBound);
   // "[sign] number|infinity", infinity as +-1e30.
   TVArescode value(double* v, bool allow_infinity);
   TVArescode expression(bool objective, bool* quadratic_seen);
@@ -117,11 +122,10 @@ TVArescode Reader::value(double* v, bool allow_infinity) {
   if (kind() == kLpNumber) {
     *v = sign * t().value;
   } else if (kind() == kLpInfinity && allow_infinity) {
-    *v = sign * kInfinity;
+    *v = sign * kNoBound;
   } else {
     return syntax();
   }
-  if (std::fabs(*v) >= kInfinity) *v = sign * kInfinity; // a number beyond 1e30 is no bound
   value_line_ = t().line;
   next();
   return TVA_RES_OK;
@@ -243,18 +247,18 @@ TVArescode Reader::constraint() {
     name = label.c_str();
     next();
   }
-  double lo = -kInfinity, up = kInfinity;
+  double lo = -kNoBound, up = kNoBound;
   bool first_bound = false, first_lower = false;
   TVArescode r = TVA_RES_OK;
   if (range && starts_value()) {
     double v = 0.0;
     if ((r = value(&v, true)) != TVA_RES_OK) return r;
     if (is_less()) {
-      if (v >= kInfinity) return bad_value();
+      if (v >= kNoBound) return bad_value();
       lo = v;
       first_lower = true;
     } else if (is_greater()) {
-      if (v <= -kInfinity) return bad_value();
+      if (v <= -kNoBound) return bad_value();
       up = v;
     } else {
       return syntax();
@@ -275,19 +279,19 @@ TVArescode Reader::constraint() {
     bool greater = op == kLpGreater || op == kLpGreaterEq;
     if (first_bound && (op == kLpEq || less != first_lower)) return bad_value();
     if (op == kLpEq) {
-      if (std::fabs(v) >= kInfinity) return bad_value();
+      if (std::fabs(v) >= kNoBound) return bad_value();
       lo = up = v;
     } else if (less) {
-      if (v <= -kInfinity) return bad_value();
+      if (v <= -kNoBound) return bad_value();
       up = v;
     } else if (greater) {
-      if (v >= kInfinity) return bad_value();
+      if (v >= kNoBound) return bad_value();
       lo = v;
     }
   } else if (!first_bound) {
     return syntax();
   }
-  bool has_lo = lo > -kInfinity, has_up = up < kInfinity;
+  bool has_lo = lo > -kNoBound, has_up = up < kNoBound;
   int32 bk = has_lo && has_up ? (lo == up && !first_bound ? TVA_BK_FX : TVA_BK_RA)
              : has_lo         ? TVA_BK_LO
              : has_up         ? TVA_BK_UP
@@ -321,7 +325,7 @@ TVArescode Reader::bound() {
   auto side = [&](bool less_op, bool value_left, double v) -> bool {
     // A value left of "<=" or right of ">=" is a lower bound.
     bool lower = less_op == value_left;
-    if (lower ? v >= kInfinity : v <= -kInfinity) return false;
+    if (lower ? v >= kNoBound : v <= -kNoBound) return false;
     (lower ? lo : up) = v;
     return true;
   };
@@ -346,8 +350,8 @@ TVArescode Reader::bound() {
     next();
     if (kind() == kLpName && !t().quoted &&
         text_word_is(t().text.data(), t().text.size(), "free")) {
-      lo = -kInfinity;
-      up = kInfinity;
+      lo = -kNoBound;
+      up = kNoBound;
       next();
     } else if (kind() == kLpEq) {
       next();
@@ -411,7 +415,7 @@ TVArescode Reader::put_all() {
                            con_bu_.data());
   SysVector<int32> bk(static_cast<size_t>(numvar), 0, SysAllocator<int32>(sys_));
   for (int32 j = 0; j < numvar; ++j) {
-    bool lo = var_bl_[j] > -kInfinity, up = var_bu_[j] < kInfinity;
+    bool lo = var_bl_[j] > -kNoBound, up = var_bu_[j] < kNoBound;
     bk[j] = lo && up ? (var_fixed_[j] ? TVA_BK_FX : TVA_BK_RA)
             : lo     ? TVA_BK_LO
             : up     ? TVA_BK_UP

@@ -15,6 +15,11 @@ namespace telva {
 
 namespace {
 
+// The side of a bound that is not there, and the value of the words for infinity, while a
+// file is read; the store gets its own infinity at the end. A number, however large, is a
+// bound.
+constexpr double kNoBound = HUGE_VAL;
+
 struct QEntry {
   int32 k, i, j; // k = -1 for the objective
   double v;
@@ -123,8 +128,8 @@ TVArescode Reader::var(const SysString& name, int32* j) {
   if (*j >= 0) return TVA_RES_OK;
   if (disallow_new_) return TVA_REP(task_, ERR_OPF_NEW_VARIABLE, name.c_str());
   *j = names_.add(name.c_str());
-  var_bl_.push_back(-kInfinity);
-  var_bu_.push_back(kInfinity);
+  var_bl_.push_back(-kNoBound);
+  var_bu_.push_back(kNoBound);
   var_fixed_.push_back(0);
   var_int_.push_back(0);
   c_.push_back(0.0);
@@ -141,10 +146,9 @@ TVArescode Reader::value(double* v) {
   if (kind() == kOpfNumber)
     *v = sign * t().value;
   else if (is_infinity_word())
-    *v = sign * kInfinity;
+    *v = sign * kNoBound;
   else
     return syntax();
-  if (std::fabs(*v) >= kInfinity) *v = sign * kInfinity;
   next();
   return TVA_RES_OK;
 }
@@ -176,21 +180,21 @@ TVArescode Reader::quad_term(double coef, int32 k, int32 i, bool in_group) {
 // group "c ( ... )" of quadratic terms multiplied by c, and constants. Ends at the closing tag.
 TVArescode Reader::row(bool objective, const char* closing) {
   acc_.clear();
-  double lo = -kInfinity, up = kInfinity, constant = 0.0;
+  double lo = -kNoBound, up = kNoBound, constant = 0.0;
   bool fixed = false, first = true, any_bound = false;
   int32 k = objective ? -1 : con_names_.size();
   TVArescode r = TVA_RES_OK;
   next();
   auto bound = [&](int32 op, double v, bool value_left) -> bool {
     if (op == kOpfEq) {
-      if (std::fabs(v) >= kInfinity) return false;
+      if (std::fabs(v) >= kNoBound) return false;
       lo = up = v;
       fixed = true;
     } else if ((op == kOpfLess) == value_left) {
-      if (v >= kInfinity) return false;
+      if (v >= kNoBound) return false;
       lo = v;
     } else {
-      if (v <= -kInfinity) return false;
+      if (v <= -kNoBound) return false;
       up = v;
     }
     any_bound = true;
@@ -223,7 +227,7 @@ TVArescode Reader::row(bool objective, const char* closing) {
     bool number = false;
     if (first && !objective && is_infinity_word()) {
       // "-inf <= ..." or "inf >= ..."
-      coef = sign * kInfinity;
+      coef = sign * kNoBound;
       next();
       if (kind() != kOpfLess && kind() != kOpfGreater) return syntax();
       int32 op = kind();
@@ -243,7 +247,7 @@ TVArescode Reader::row(bool objective, const char* closing) {
         (kind() == kOpfLess || kind() == kOpfGreater || kind() == kOpfEq)) {
       int32 op = kind();
       next();
-      if (!bound(op, std::fabs(coef) >= kInfinity ? coef : coef, true)) return syntax();
+      if (!bound(op, coef, true)) return syntax();
       first = false;
       continue;
     }
@@ -279,9 +283,9 @@ TVArescode Reader::row(bool objective, const char* closing) {
     return TVA_RES_OK;
   }
   // A constant moves to the other side.
-  if (lo > -kInfinity) lo -= constant;
-  if (up < kInfinity) up -= constant;
-  bool has_lo = lo > -kInfinity, has_up = up < kInfinity;
+  if (lo > -kNoBound) lo -= constant;
+  if (up < kNoBound) up -= constant;
+  bool has_lo = lo > -kNoBound, has_up = up < kNoBound;
   (void)any_bound;
   con_bk_.push_back(fixed && has_lo && has_up ? TVA_BK_FX
                     : has_lo && has_up        ? TVA_BK_RA
@@ -354,14 +358,14 @@ TVArescode Reader::read_bound() {
   TVArescode r = TVA_RES_OK;
   auto side = [&](int32 op, double v, bool value_left) -> bool {
     if (op == kOpfEq) {
-      if (std::fabs(v) >= kInfinity) return false;
+      if (std::fabs(v) >= kNoBound) return false;
       lo = up = v;
       fixed = true;
     } else if ((op == kOpfLess) == value_left) {
-      if (v >= kInfinity) return false;
+      if (v >= kNoBound) return false;
       lo = v;
     } else {
-      if (v <= -kInfinity) return false;
+      if (v <= -kNoBound) return false;
       up = v;
     }
     return true;
@@ -384,8 +388,8 @@ TVArescode Reader::read_bound() {
       continue;
     }
     if (!t().quoted && lower_is(t().text, "free")) {
-      lo = -kInfinity;
-      up = kInfinity;
+      lo = -kNoBound;
+      up = kNoBound;
       continue;
     }
     int32 j = 0;
@@ -562,7 +566,7 @@ TVArescode Reader::put_all() {
                            con_bu_.data());
   SysVector<int32> bk(static_cast<size_t>(numvar), 0, SysAllocator<int32>(sys_));
   for (int32 j = 0; j < numvar; ++j) {
-    bool lo = var_bl_[j] > -kInfinity, up = var_bu_[j] < kInfinity;
+    bool lo = var_bl_[j] > -kNoBound, up = var_bu_[j] < kNoBound;
     bk[j] = lo && up ? (var_fixed_[j] ? TVA_BK_FX : TVA_BK_RA)
             : lo     ? TVA_BK_LO
             : up     ? TVA_BK_UP
