@@ -39,7 +39,7 @@ TEST_F(ParamSymbolicTest, TableHoldsEveryNamedConstantOnce) {
                        static_cast<int>(std::size(kCallbacks)) + 170 + 70 + 24 + 94 + 84 + 16;
   EXPECT_EQ(num, expected);
   EXPECT_EQ(std::size(kFamilyConsts), 203u);
-  EXPECT_EQ(kNumRescodes, 419);
+  EXPECT_EQ(kNumRescodes, 420);
   EXPECT_EQ(std::size(kCallbacks), 97u);
   EXPECT_EQ(TVA_getsymbcondim(nullptr, &num, &maxlen), TVA_RES_ERR_NULL_ENV);
 

@@ -228,7 +228,7 @@ TEST(ResponseCodes, TableIsComplete) {
                                                    : "TRM_";
     EXPECT_EQ(std::string(r.name).rfind(expected_prefix, 0), 0u) << r.name;
   }
-  EXPECT_EQ(kNumRescodes, 419);
+  EXPECT_EQ(kNumRescodes, 420);
 }
 
 TEST(ResponseCodes, ArgumentTypesOfConversions) {
